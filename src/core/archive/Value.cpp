@@ -60,6 +60,10 @@ void Dictionary::set(std::string key, Value value) {
     m_entries.emplace_back(std::move(key), std::move(value));
 }
 
+void Dictionary::appendUnchecked(std::string key, Value value) {
+    m_entries.emplace_back(std::move(key), std::move(value));
+}
+
 bool Dictionary::erase(std::string_view key) {
     const auto it = std::find_if(m_entries.begin(), m_entries.end(),
                                  [key](const Entry& e) { return e.first == key; });

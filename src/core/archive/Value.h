@@ -45,14 +45,17 @@ public:
 
     // Replaces the value of an existing key in place, or appends a new key.
     void set(std::string key, Value value);
+    // Appends a key the caller knows to be new, without set()'s search: a decoder that has
+    // checked its keys builds a large dictionary in linear time.
+    void appendUnchecked(std::string key, Value value);
     // Returns whether the key was there.
     bool erase(std::string_view key);
-    void clear() { m_entries.clear(); }
+    void clear();
 
-    std::size_t size() const { return m_entries.size(); }
-    bool empty() const { return m_entries.empty(); }
-    const_iterator begin() const { return m_entries.begin(); }
-    const_iterator end() const { return m_entries.end(); }
+    std::size_t size() const;
+    bool empty() const;
+    const_iterator begin() const;
+    const_iterator end() const;
 
     std::int64_t integer(std::string_view key) const;
     bool boolean(std::string_view key) const;
@@ -76,18 +79,30 @@ enum class ValueKind { String, Integer, Boolean, Real, Array, Dictionary, Data, 
 // One value of the settings dictionary: what a keyed archive can hold.
 class Value {
 public:
-    Value() : m_value(std::string()) {}
-    Value(std::string s) : m_value(std::move(s)) {}
-    Value(std::string_view s) : m_value(std::string(s)) {}
-    Value(const char* s) : m_value(std::string(s)) {}
-    Value(std::int64_t i) : m_value(i) {}
-    Value(int i) : m_value(std::int64_t{i}) {}
-    Value(bool b) : m_value(b) {}
-    Value(double d) : m_value(d) {}
-    Value(velmora::Array a) : m_value(std::move(a)) {}
-    Value(velmora::Dictionary d) : m_value(std::move(d)) {}
-    Value(velmora::Data d) : m_value(std::move(d)) {}
-    Value(velmora::Date d) : m_value(d) {}
+    Value()
+        : m_value(std::string()) {}
+    Value(std::string s)
+        : m_value(std::move(s)) {}
+    Value(std::string_view s)
+        : m_value(std::string(s)) {}
+    Value(const char* s)
+        : m_value(std::string(s)) {}
+    Value(std::int64_t i)
+        : m_value(i) {}
+    Value(int i)
+        : m_value(std::int64_t{i}) {}
+    Value(bool b)
+        : m_value(b) {}
+    Value(double d)
+        : m_value(d) {}
+    Value(velmora::Array a)
+        : m_value(std::move(a)) {}
+    Value(velmora::Dictionary d)
+        : m_value(std::move(d)) {}
+    Value(velmora::Data d)
+        : m_value(std::move(d)) {}
+    Value(velmora::Date d)
+        : m_value(d) {}
 
     ValueKind kind() const { return static_cast<ValueKind>(m_value.index()); }
     bool is(ValueKind k) const { return kind() == k; }
@@ -121,5 +136,22 @@ private:
 };
 
 const char* kindName(ValueKind kind);
+
+// Defined where Value is complete: clang instantiates these vector members on the spot.
+inline void Dictionary::clear() {
+    m_entries.clear();
+}
+inline std::size_t Dictionary::size() const {
+    return m_entries.size();
+}
+inline bool Dictionary::empty() const {
+    return m_entries.empty();
+}
+inline Dictionary::const_iterator Dictionary::begin() const {
+    return m_entries.begin();
+}
+inline Dictionary::const_iterator Dictionary::end() const {
+    return m_entries.end();
+}
 
 } // namespace velmora

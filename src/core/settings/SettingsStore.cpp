@@ -1,0 +1,201 @@
+#include "core/settings/SettingsStore.h"
+
+#include "core/archive/KeyedArchive.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::string_view kSettingsFileName = "Velmora.ini";
+constexpr std::string_view kPipeFileName = "Velmora.set";
+// The file carries the mail password: a new settings file is readable by its owner only.
+constexpr mode_t kNewSettingsMode = 0600;
+// A real settings file is a few kilobytes; anything beyond this is not one.
+constexpr std::size_t kMaxSettingsBytes = 64 * 1024 * 1024;
+
+Error ioError(std::string_view what, const std::string& path, int error) {
+    return {ErrorCode::Io, std::string(what) + " " + path + ": " + std::strerror(error)};
+}
+
+// Closes a descriptor on every path out of a function.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd)
+        : m_fd(fd) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    int get() const { return m_fd; }
+    bool valid() const { return m_fd >= 0; }
+    // Closes now and reports whether the close (which may flush) succeeded.
+    bool close() {
+        const int fd = m_fd;
+        m_fd = -1;
+        return ::close(fd) == 0;
+    }
+
+private:
+    int m_fd;
+};
+
+bool writeAll(int fd, std::span<const std::uint8_t> bytes, off_t offset) {
+    while (!bytes.empty()) {
+        const ssize_t n = ::pwrite(fd, bytes.data(), bytes.size(), offset);
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(n));
+        offset += n;
+    }
+    return true;
+}
+
+// Writes the whole content into a temporary file beside the target and renames it over the
+// target, so that a reader (the server) sees either the old file or the new one, never a
+// half-written one. An existing file keeps its mode and, where we may, its owner.
+Status replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> bytes) {
+    struct stat existing {};
+    const bool exists = ::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode);
+
+    std::string temporary = path + ".XXXXXX";
+    FileDescriptor fd(::mkstemp(temporary.data()));
+    if (!fd.valid()) {
+        return ioError("cannot create a temporary file for", path, errno);
+    }
+    const mode_t mode = exists ? (existing.st_mode & 07777) : kNewSettingsMode;
+    if (exists) {
+        // Best effort: only root may give the file back to another owner.
+        [[maybe_unused]] const int ignored = ::fchown(fd.get(), existing.st_uid, existing.st_gid);
+    }
+    const bool written =
+        ::fchmod(fd.get(), mode) == 0 && writeAll(fd.get(), bytes, 0) && ::fsync(fd.get()) == 0;
+    const int writeError = errno;
+    if (!fd.close() || !written) {
+        ::unlink(temporary.c_str());
+        return ioError("cannot write", temporary, written ? errno : writeError);
+    }
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int renameError = errno;
+        ::unlink(temporary.c_str());
+        return ioError("cannot replace", path, renameError);
+    }
+    return {};
+}
+
+} // namespace
+
+std::string resolveDataDirectory(std::string_view commandLine, const char* environment) {
+    if (!commandLine.empty()) {
+        return std::string(commandLine);
+    }
+    if (environment != nullptr && *environment != '\0') {
+        return environment;
+    }
+    return std::string(kDefaultDataDirectory);
+}
+
+SettingsStore::SettingsStore(std::string dataDirectory)
+    : m_dataDirectory(std::move(dataDirectory)) {}
+
+std::string SettingsStore::settingsPath() const {
+    return m_dataDirectory + "/" + std::string(kSettingsFileName);
+}
+
+std::string SettingsStore::pipePath() const {
+    return m_dataDirectory + "/" + std::string(kPipeFileName);
+}
+
+std::optional<Bytes> SettingsStore::readSettings() const {
+    // O_NONBLOCK: a FIFO in the file's place must not hang the caller.
+    FileDescriptor fd(::open(settingsPath().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd.valid()) {
+        return std::nullopt;
+    }
+    Bytes bytes;
+    std::uint8_t block[64 * 1024];
+    for (;;) {
+        const ssize_t n = ::read(fd.get(), block, sizeof block);
+        if (n == 0) {
+            return bytes;
+        }
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return std::nullopt;
+        }
+        bytes.insert(bytes.end(), block, block + n);
+        if (bytes.size() > kMaxSettingsBytes) {
+            return std::nullopt;
+        }
+    }
+}
+
+Status SettingsStore::saveSettings(std::span<const std::uint8_t> bytes) const {
+    Status written = replaceFileAtomically(settingsPath(), bytes);
+    // The reload command goes out even when the settings write failed.
+    [[maybe_unused]] const Status piped = setPipe(reloadCommand());
+    return written;
+}
+
+Status SettingsStore::setPipe(std::span<const std::uint8_t> bytes) const {
+    const std::string path = pipePath();
+    // No O_CREAT: the server owns the pipe file. No O_TRUNC: see the header. O_NONBLOCK: a
+    // FIFO without a reader in the file's place fails at once instead of hanging the window.
+    FileDescriptor fd(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!fd.valid()) {
+        return ioError("cannot open the pipe", path, errno);
+    }
+    if (!writeAll(fd.get(), bytes, 0)) {
+        return ioError("cannot write the pipe", path, errno);
+    }
+    if (!fd.close()) {
+        return ioError("cannot write the pipe", path, errno);
+    }
+    return {};
+}
+
+Result<Dictionary> SettingsStore::loadDictionary() const {
+    const std::optional<Bytes> bytes = readSettings();
+    if (!bytes) {
+        return Error{ErrorCode::NotFound, "no settings file at " + settingsPath()};
+    }
+    Result<Dictionary> decoded = keyed_archive::decodeDictionary(*bytes);
+    if (!decoded) {
+        return Error{decoded.error().code, "the settings file " + settingsPath() +
+                                               " does not decode: " + decoded.error().message};
+    }
+    return decoded;
+}
+
+std::optional<Dictionary> SettingsStore::readDictionary() const {
+    Result<Dictionary> loaded = loadDictionary();
+    if (!loaded) {
+        return std::nullopt;
+    }
+    return std::move(loaded).value();
+}
+
+Status SettingsStore::saveDictionary(const Dictionary& settings) const {
+    return saveSettings(keyed_archive::encode(Value(settings)));
+}
+
+Bytes reloadCommand() {
+    return keyed_archive::encode(Value(Dictionary{{"Settings", "read"}}));
+}
+
+} // namespace velmora
