@@ -1,0 +1,171 @@
+#pragma once
+
+#include "core/archive/Value.h"
+#include "core/eventlog/DateHistory.h"
+#include "core/eventlog/SeverityCounters.h"
+#include "core/eventlog/StringPool.h"
+#include "core/eventlog/TextArena.h"
+#include "core/presentation/Severity.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace velmora {
+
+// Identifies one event for as long as the store lives, also after it left the list (the popup
+// queue may still show it). Ids are given in insertion order.
+enum class EventId : std::uint32_t {};
+
+// The texts of an event entering the list; a field a notification lacked is nullopt, which is
+// not the same as an empty text.
+struct EventFields {
+    std::optional<std::string_view> date;
+    std::optional<std::string_view> priority;
+    std::optional<std::string_view> host;
+    std::optional<std::string_view> message;
+};
+
+// The console's event list: every event read from the log files or announced by the server,
+// newest first (row 0 is the top of the events table), with the nine severity counters.
+//
+// It is built for ten million events: the texts of loaded lines stay in the arena blocks the
+// files were read into, priorities and hosts are interned, an event costs 32 bytes of its own
+// plus 4 in the row order, and inserting at the top is an append (rows are kept oldest first).
+// Dates and images are not written into the events: DateHistory works them out on demand.
+class EventStore {
+public:
+    EventStore();
+    EventStore(const EventStore&) = delete;
+    EventStore& operator=(const EventStore&) = delete;
+
+    // --- entering events (each one is counted: every severity word its priority holds) ---
+
+    // At the top of the list, as received: the events page is not on screen.
+    EventId insert(const EventFields& fields, Dictionary extras = {});
+    // At the top, decorated at once: the events page is on screen and writes the date (read as
+    // a time stamp) in `newDateFormat` and the image of the severity at `levels`.
+    EventId insertDecorated(const EventFields& fields, Dictionary extras,
+                            std::string_view newDateFormat, const SeverityLevels& levels);
+
+    // For the loader: the line's texts are already in the arena, at `line`; the date starts
+    // there and the message `messageStart` bytes later. Lengths are those of a piece (< 1024).
+    EventId insertLoaded(TextPosition line, std::uint16_t dateLength, std::uint16_t messageStart,
+                         std::uint16_t messageLength, std::uint32_t priority, std::uint32_t host);
+    TextArena& arena() { return m_arena; }
+    StringPool& priorities() { return m_priorities; }
+    StringPool& hosts() { return m_hosts; }
+    void reserve(std::size_t events);
+
+    // --- the list ---
+
+    std::size_t size() const { return m_rows.size(); }
+    bool empty() const { return m_rows.empty(); }
+    EventId at(std::size_t row) const { return EventId{m_rows[m_rows.size() - 1 - row]}; }
+
+    std::optional<std::string_view> rawDate(EventId id) const; // as received
+    std::optional<std::string_view> priority(EventId id) const;
+    std::optional<std::string_view> host(EventId id) const;
+    std::optional<std::string_view> message(EventId id) const;
+    // The keys of a notification beyond Date, Priority, Host and Message; nullptr when none.
+    const Dictionary* extras(EventId id) const;
+    Severity displaySeverity(EventId id) const;
+
+    // The date as the events page last wrote it: the received text until the page first shows
+    // the event, then display text; nullopt once a rewrite could not parse it.
+    std::optional<std::string> date(EventId id) const;
+    // The severity image the page last gave the event; nullopt until it has shown it.
+    std::optional<Level> image(EventId id) const;
+
+    // --- the events page ---
+
+    // The page appears: every row's date and image are brought up to date (on demand).
+    void appear(std::string_view oldDateFormat, std::string_view newDateFormat,
+                const SeverityLevels& levels);
+    const DateHistory& dates() const { return m_dates; }
+
+    // Removes rows (indexes from the top, ascending, no duplicates). The counters are left as
+    // they are. Removed events keep their texts and their last date and image.
+    void removeRows(std::span<const std::size_t> rows);
+
+    // The first row from the top whose date text equals `displayDate` and whose priority, host
+    // and message equal the record's, all exactly. A field that is absent on either side never
+    // matches. Cheap fields are compared first; the date only of rows that match the rest.
+    std::optional<std::size_t> findFirstMatching(std::string_view displayDate,
+                                                 std::string_view priority, std::string_view host,
+                                                 std::string_view message) const;
+
+    SeverityCounters& counters() { return m_counters; }
+    const SeverityCounters& counters() const { return m_counters; }
+
+    // Bytes held by the store, for the memory figures.
+    std::size_t memoryBytes() const;
+
+private:
+    static constexpr std::uint16_t kAbsentLength = 0xFFFF;
+    static constexpr std::uint32_t kInList = UINT32_MAX;
+
+    enum Flags : std::uint8_t {
+        kDecorated = 1, // decorated at insertion
+        kOversize = 2,  // date or message too long for the compact form: in m_oversize
+        kHasExtras = 4,
+    };
+
+    struct Event {
+        TextPosition text;        // the date text, the message `messageStart` bytes later
+        std::uint16_t dateLength; // kAbsentLength: no date
+        std::uint16_t messageStart;
+        std::uint16_t messageLength; // kAbsentLength: no message
+        std::uint8_t flags;
+        std::uint32_t priority; // StringPool ids; kAbsent: no text
+        std::uint32_t host;
+        std::uint32_t startEpoch; // the first DateHistory entry that rewrites it
+        std::uint32_t endEpoch;   // kInList, or the epoch at which it left the list
+    };
+
+    struct LongTexts {
+        std::optional<std::string> date;
+        std::optional<std::string> message;
+    };
+
+    // Events in blocks of fixed size: growing never moves them, so no insertion stalls on a
+    // copy of millions of events.
+    static constexpr std::size_t kEventsPerBlock = std::size_t{1} << 16;
+    std::vector<std::unique_ptr<Event[]>> m_eventBlocks;
+    std::uint32_t m_eventCount = 0;
+    std::vector<std::uint32_t> m_rows; // event ids, oldest first
+
+    TextArena m_arena;
+    StringPool m_priorities;
+    StringPool m_hosts;
+    // Per priority id: its display severity and the severities it counts as.
+    std::vector<Severity> m_displaySeverity;
+    std::vector<SeveritySet> m_countedAs;
+
+    std::unordered_map<std::uint32_t, LongTexts> m_oversize;
+    std::unordered_map<std::uint32_t, Dictionary> m_extras;
+
+    SeverityCounters m_counters;
+    DateHistory m_dates;
+    // Rows looked at recently, so that painting the table does not replay history again.
+    mutable std::unordered_map<std::uint32_t, DateHistory::RowState> m_stateCache;
+
+    Event& event(std::uint32_t id) {
+        return m_eventBlocks[id / kEventsPerBlock][id % kEventsPerBlock];
+    }
+    const Event& event(std::uint32_t id) const {
+        return m_eventBlocks[id / kEventsPerBlock][id % kEventsPerBlock];
+    }
+    EventId enter(const Event& e);
+    Event compose(const EventFields& fields, std::uint32_t id);
+    void classify(std::uint32_t priority);
+    const DateHistory::RowState& state(EventId id) const;
+};
+
+} // namespace velmora

@@ -1,0 +1,300 @@
+#include "core/eventlog/LogLineReader.h"
+
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmora {
+
+namespace {
+
+constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+
+// The high bit of each byte of word that equals target; a spurious bit can only follow a real
+// one, so the lowest bit set is exact.
+constexpr std::uint64_t bytesEqual(std::uint64_t word, char target) noexcept {
+    const std::uint64_t x = word ^ (static_cast<unsigned char>(target) * kOnes);
+    return (x - kOnes) & ~x & kHighBits;
+}
+
+// The first byte in [pos, end) that is one of Targets, or end: sixteen bytes at a time with
+// SSE2 (part of every x86-64), else eight at a time in a word.
+template <char... Targets>
+const char* findFirstOf(const char* pos, const char* end) noexcept {
+#if defined(__SSE2__)
+    const auto hitsAt = [](const char* at) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+        __m128i hits = _mm_setzero_si128();
+        ((hits = _mm_or_si128(hits, _mm_cmpeq_epi8(chunk, _mm_set1_epi8(Targets)))), ...);
+        return static_cast<unsigned>(_mm_movemask_epi8(hits));
+    };
+    if (end - pos >= 16) {
+        for (; end - pos >= 16; pos += 16) {
+            if (const unsigned mask = hitsAt(pos); mask != 0) {
+                return pos + std::countr_zero(mask);
+            }
+        }
+        // The last bytes in one more block that overlaps bytes already known to hold no target.
+        if (pos != end) {
+            const unsigned mask = hitsAt(end - 16);
+            return mask != 0 ? end - 16 + std::countr_zero(mask) : end;
+        }
+        return pos;
+    }
+#endif
+    if constexpr (std::endian::native == std::endian::little) {
+        while (end - pos >= 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, pos, 8);
+            if (const std::uint64_t hits = (bytesEqual(word, Targets) | ...); hits != 0) {
+                return pos + std::countr_zero(hits) / 8;
+            }
+            pos += 8;
+        }
+    }
+    while (pos != end && ((*pos != Targets) && ...)) {
+        ++pos;
+    }
+    return pos;
+}
+
+// Date, priority and host end at a comma, CR or LF; a NUL ends the piece as a C string.
+const char* findFieldEnd(const char* pos, const char* end) noexcept {
+    return findFirstOf<',', '\r', '\n', '\0'>(pos, end);
+}
+
+// The message ends at a CR or LF, or at a NUL.
+const char* findMessageEnd(const char* pos, const char* end) noexcept {
+    return findFirstOf<'\r', '\n', '\0'>(pos, end);
+}
+
+bool isFieldSeparator(char c) noexcept {
+    return c == ',' || c == '\r' || c == '\n';
+}
+
+// strtok over one piece, without writing into it.
+class Tokenizer {
+public:
+    explicit Tokenizer(std::string_view piece) noexcept
+        : m_pos(piece.data())
+        , m_end(piece.data() + piece.size()) {}
+
+    // The next token ending at a comma, CR or LF.
+    std::optional<std::string_view> field() noexcept {
+        while (m_pos != m_end && isFieldSeparator(*m_pos)) {
+            ++m_pos;
+        }
+        if (m_pos == m_end || *m_pos == '\0') {
+            return std::nullopt;
+        }
+        const char* start = m_pos;
+        m_pos = findFieldEnd(m_pos, m_end);
+        const std::string_view token(start, static_cast<std::size_t>(m_pos - start));
+        if (m_pos != m_end) {
+            // strtok consumes the one separator that ended the token; a NUL ends the string.
+            if (*m_pos == '\0') {
+                m_end = m_pos;
+            } else {
+                ++m_pos;
+            }
+        }
+        return token;
+    }
+
+    // The next token ending at a CR or LF: commas belong to it.
+    std::optional<std::string_view> rest() noexcept {
+        while (m_pos != m_end && (*m_pos == '\r' || *m_pos == '\n')) {
+            ++m_pos;
+        }
+        if (m_pos == m_end || *m_pos == '\0') {
+            return std::nullopt;
+        }
+        const char* stop = findMessageEnd(m_pos, m_end);
+        return std::string_view(m_pos, static_cast<std::size_t>(stop - m_pos));
+    }
+
+private:
+    const char* m_pos;
+    const char* m_end;
+};
+
+Error errnoError(const std::string& path, int error) {
+    return {error == ENOENT ? ErrorCode::NotFound : ErrorCode::Io,
+            path + ": " + std::strerror(error)};
+}
+
+// Reads up to capacity bytes: 0 at the end of the file, -1 on an error (in errno).
+ssize_t readSome(int fd, char* data, std::size_t capacity) {
+    ssize_t n = 0;
+    do {
+        n = ::read(fd, data, capacity);
+    } while (n < 0 && errno == EINTR);
+    return n;
+}
+
+// An open descriptor of a regular file, closed on destruction unless released.
+class RegularFile {
+public:
+    RegularFile() = default;
+    RegularFile(const RegularFile&) = delete;
+    RegularFile& operator=(const RegularFile&) = delete;
+    ~RegularFile() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+
+    // O_NONBLOCK: opening a FIFO named like a log file must not wait for a writer.
+    Status open(const std::string& path) {
+        m_fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        struct stat st {};
+        if (m_fd < 0 || ::fstat(m_fd, &st) != 0) {
+            return errnoError(path, errno);
+        }
+        if (!S_ISREG(st.st_mode)) {
+            return Error{ErrorCode::Unsupported, path + ": not a regular file"};
+        }
+        m_size = static_cast<std::uint64_t>(st.st_size);
+        return {};
+    }
+
+    int fd() const { return m_fd; }
+    std::uint64_t size() const { return m_size; }
+    int release() { return std::exchange(m_fd, -1); }
+
+private:
+    int m_fd = -1;
+    std::uint64_t m_size = 0;
+};
+
+// Small files do not need the full block of a big one.
+constexpr std::size_t kSmallFileBlockBytes = std::size_t{64} << 10;
+
+} // namespace
+
+std::optional<LogFields> parseLogPiece(std::string_view piece) noexcept {
+    Tokenizer tokens(piece);
+    const std::optional<std::string_view> date = tokens.field();
+    if (!date) {
+        return std::nullopt;
+    }
+    const std::optional<std::string_view> priority = tokens.field();
+    if (!priority) {
+        return std::nullopt;
+    }
+    const std::optional<std::string_view> host = tokens.field();
+    if (!host) {
+        return std::nullopt;
+    }
+    const std::optional<std::string_view> message = tokens.rest();
+    if (!message) {
+        return std::nullopt;
+    }
+    return LogFields{*date, *priority, *host, *message};
+}
+
+Result<LogLineReader> LogLineReader::open(const std::string& path, std::size_t blockBytes) {
+    RegularFile file;
+    if (Status opened = file.open(path); !opened) {
+        return opened.error();
+    }
+    ::posix_fadvise(file.fd(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    const std::size_t wanted = std::max<std::size_t>(blockBytes, 1);
+    const std::size_t forSize = std::max<std::uint64_t>(file.size() + 1, kSmallFileBlockBytes);
+    return LogLineReader(file.release(), std::min(wanted, forSize), path);
+}
+
+LogLineReader::LogLineReader(int fd, std::size_t blockBytes, std::string path)
+    : m_fd(fd)
+    , m_blockBytes(blockBytes)
+    , m_buffer(blockBytes + kMaxPieceBytes)
+    , m_path(std::move(path)) {}
+
+LogLineReader::LogLineReader(LogLineReader&& other) noexcept
+    : m_fd(std::exchange(other.m_fd, -1))
+    , m_blockBytes(other.m_blockBytes)
+    , m_buffer(std::move(other.m_buffer))
+    , m_path(std::move(other.m_path))
+    , m_filled(std::exchange(other.m_filled, 0))
+    , m_offset(other.m_offset) {}
+
+LogLineReader& LogLineReader::operator=(LogLineReader&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_fd = std::exchange(other.m_fd, -1);
+        m_blockBytes = other.m_blockBytes;
+        m_buffer = std::move(other.m_buffer);
+        m_path = std::move(other.m_path);
+        m_filled = std::exchange(other.m_filled, 0);
+        m_offset = other.m_offset;
+    }
+    return *this;
+}
+
+LogLineReader::~LogLineReader() {
+    close();
+}
+
+void LogLineReader::close() noexcept {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+        m_fd = -1;
+    }
+    m_filled = 0;
+}
+
+Result<LogLineReader::Block> LogLineReader::readBlock() {
+    ssize_t n = 0;
+    if (m_fd >= 0) {
+        n = readSome(m_fd, m_buffer.data() + m_filled, m_blockBytes);
+        if (n < 0) {
+            return errnoError(m_path, errno);
+        }
+    }
+    m_filled += static_cast<std::size_t>(n);
+    return Block{std::string_view(m_buffer.data(), m_filled), m_offset, n == 0};
+}
+
+void LogLineReader::carryFrom(std::size_t consumed) {
+    std::memmove(m_buffer.data(), m_buffer.data() + consumed, m_filled - consumed);
+    m_filled -= consumed;
+    m_offset += consumed;
+}
+
+Status readFileInto(const std::string& path, std::vector<char>& out) {
+    RegularFile file;
+    if (Status opened = file.open(path); !opened) {
+        return opened;
+    }
+    // One byte more than the size, so that the read that meets the end needs no second buffer.
+    out.resize(static_cast<std::size_t>(file.size()) + 1);
+    std::size_t filled = 0;
+    for (;;) {
+        if (filled == out.size()) {
+            out.resize(out.size() + kSmallFileBlockBytes); // the file grew while it was read
+        }
+        const ssize_t n = readSome(file.fd(), out.data() + filled, out.size() - filled);
+        if (n < 0) {
+            out.clear();
+            return errnoError(path, errno);
+        }
+        if (n == 0) {
+            break;
+        }
+        filled += static_cast<std::size_t>(n);
+    }
+    out.resize(filled);
+    return {};
+}
+
+} // namespace velmora

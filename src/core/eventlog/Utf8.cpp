@@ -1,0 +1,290 @@
+#include "core/eventlog/Utf8.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define VELMORA_UTF8_SSSE3 1
+#include <tmmintrin.h>
+#else
+#define VELMORA_UTF8_SSSE3 0
+#endif
+
+namespace velmora {
+
+namespace {
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD"; // U+FFFD
+
+// One step of decoding: a well-formed sequence, or the maximal subpart of an ill-formed one.
+struct Sequence {
+    std::size_t length; // bytes taken, at least 1
+    bool valid;
+    bool astral; // a character above U+FFFF (two UTF-16 units)
+};
+
+// The allowed range of the second byte for each lead byte; the following bytes are always
+// 80..BF. Bytes that start no sequence (ASCII is handled apart; 80..C1, F5..FF) have
+// trailing == 0.
+struct Lead {
+    std::uint8_t trailing = 0;
+    std::uint8_t low = 0;
+    std::uint8_t high = 0;
+};
+
+constexpr std::array<Lead, 256> kLeads = [] {
+    std::array<Lead, 256> leads{};
+    for (std::size_t b = 0xC2; b <= 0xDF; ++b) {
+        leads[b] = {1, 0x80, 0xBF};
+    }
+    for (std::size_t b = 0xE0; b <= 0xEF; ++b) {
+        leads[b] = {2, 0x80, 0xBF};
+    }
+    leads[0xE0].low = 0xA0;  // no overlong three-byte forms
+    leads[0xED].high = 0x9F; // no surrogates
+    for (std::size_t b = 0xF0; b <= 0xF4; ++b) {
+        leads[b] = {3, 0x80, 0xBF};
+    }
+    leads[0xF0].low = 0x90;  // no overlong four-byte forms
+    leads[0xF4].high = 0x8F; // nothing above U+10FFFF
+    return leads;
+}();
+
+// Decodes the non-ASCII sequence that starts at bytes[pos].
+Sequence decodeAt(std::string_view bytes, std::size_t pos) noexcept {
+    const Lead lead = kLeads[static_cast<unsigned char>(bytes[pos])];
+    if (lead.trailing == 0) {
+        return {1, false, false};
+    }
+    const std::size_t available = bytes.size() - pos - 1;
+    const auto second = available > 0 ? static_cast<unsigned char>(bytes[pos + 1]) : 0;
+    if (available == 0 || second < lead.low || second > lead.high) {
+        return {1, false, false};
+    }
+    std::size_t taken = 2;
+    while (taken <= lead.trailing) {
+        if (taken > available || (static_cast<unsigned char>(bytes[pos + taken]) & 0xC0) != 0x80) {
+            return {taken, false, false};
+        }
+        ++taken;
+    }
+    return {taken, true, lead.trailing == 3};
+}
+
+// The position of the first non-ASCII byte from pos on, or the size: sixteen bytes at a time
+// with SSE2 (part of every x86-64), eight at a time in a word elsewhere.
+std::size_t skipAscii(std::string_view bytes, std::size_t pos) noexcept {
+    const char* data = bytes.data();
+#if defined(__SSE2__)
+    while (pos + 16 <= bytes.size()) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + pos));
+        if (const int mask = _mm_movemask_epi8(chunk); mask != 0) {
+            return pos + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(mask)));
+        }
+        pos += 16;
+    }
+#endif
+    if constexpr (std::endian::native == std::endian::little) {
+        while (pos + 8 <= bytes.size()) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, data + pos, 8);
+            if (const std::uint64_t high = word & kHighBits; high != 0) {
+                return pos + static_cast<std::size_t>(std::countr_zero(high) / 8);
+            }
+            pos += 8;
+        }
+    }
+    while (pos < bytes.size() && static_cast<unsigned char>(data[pos]) < 0x80) {
+        ++pos;
+    }
+    return pos;
+}
+
+bool isValidUtf8Scalar(std::string_view bytes) noexcept {
+    std::size_t pos = 0;
+    for (;;) {
+        pos = skipAscii(bytes, pos);
+        if (pos == bytes.size()) {
+            return true;
+        }
+        // Non-ASCII characters tend to come together: decode them before looking for ASCII.
+        do {
+            const Sequence sequence = decodeAt(bytes, pos);
+            if (!sequence.valid) {
+                return false;
+            }
+            pos += sequence.length;
+        } while (pos < bytes.size() && static_cast<unsigned char>(bytes[pos]) >= 0x80);
+    }
+}
+
+#if VELMORA_UTF8_SSSE3
+
+// Validation sixteen bytes at a time without branches, after the lookup algorithm of Keiser and
+// Lemire ("Validating UTF-8 in less than one instruction per byte", 2021): three table
+// lookups on the nibbles of each byte and of the byte before it flag every ill-formed pair of
+// bytes, and a comparison with the bytes two and three places back finds the continuation
+// bytes that are missing or too many. Text beyond ASCII costs a sequence-by-sequence decoder
+// a mispredicted branch per character; this does not. SSSE3 is chosen at run time, since the
+// x86-64 baseline the build targets lacks it.
+namespace simd {
+
+enum : std::uint8_t {
+    kTooShort = 1 << 0,     // a lead not followed by a continuation byte
+    kTooLong = 1 << 1,      // a continuation byte after ASCII
+    kOverlong3 = 1 << 2,    // E0 80..9F
+    kTooLarge = 1 << 3,     // F4 90..BF, F5..FF
+    kSurrogate = 1 << 4,    // ED A0..BF
+    kOverlong2 = 1 << 5,    // C0, C1
+    kTooLarge1000 = 1 << 6, // F5..FF 80..8F
+    kOverlong4 = 1 << 6,    // F0 80..8F
+    kTwoConts = 1 << 7,     // a continuation after a continuation: allowed where one is due
+};
+constexpr std::uint8_t kCarry = kTooShort | kTooLong | kTwoConts;
+
+struct State {
+    __m128i error;
+    __m128i previous;           // the block before
+    __m128i previousIncomplete; // its last bytes that start a sequence it does not finish
+};
+
+[[gnu::target("ssse3")]] __m128i nibbleLookup(__m128i table, __m128i nibbles) noexcept {
+    return _mm_shuffle_epi8(table, nibbles);
+}
+
+[[gnu::target("ssse3")]] void checkBlock(State& state, __m128i input) noexcept {
+    if (_mm_movemask_epi8(input) == 0) {
+        state.error = _mm_or_si128(state.error, state.previousIncomplete);
+        state.previous = input;
+        return;
+    }
+    const __m128i lowNibble = _mm_set1_epi8(0x0F);
+    const __m128i prev1 = _mm_alignr_epi8(input, state.previous, 15);
+    const __m128i byte1High = nibbleLookup(
+        _mm_setr_epi8(kTooLong, kTooLong, kTooLong, kTooLong, kTooLong, kTooLong, kTooLong,
+                      kTooLong, static_cast<char>(kTwoConts), static_cast<char>(kTwoConts),
+                      static_cast<char>(kTwoConts), static_cast<char>(kTwoConts),
+                      kTooShort | kOverlong2, kTooShort, kTooShort | kOverlong3 | kSurrogate,
+                      kTooShort | kTooLarge | kTooLarge1000 | kOverlong4),
+        _mm_and_si128(_mm_srli_epi16(prev1, 4), lowNibble));
+    constexpr auto carry = static_cast<char>(kCarry);
+    constexpr auto large = static_cast<char>(kCarry | kTooLarge | kTooLarge1000);
+    const __m128i byte1Low = nibbleLookup(
+        _mm_setr_epi8(static_cast<char>(kCarry | kOverlong3 | kOverlong2 | kOverlong4),
+                      static_cast<char>(kCarry | kOverlong2), carry, carry,
+                      static_cast<char>(kCarry | kTooLarge), large, large, large, large, large,
+                      large, large, large,
+                      static_cast<char>(kCarry | kTooLarge | kTooLarge1000 | kSurrogate), large,
+                      large),
+        _mm_and_si128(prev1, lowNibble));
+    constexpr auto cont1000 = static_cast<char>(kTooLong | kOverlong2 | kTwoConts | kOverlong3 |
+                                                kTooLarge1000 | kOverlong4);
+    constexpr auto cont1001 =
+        static_cast<char>(kTooLong | kOverlong2 | kTwoConts | kOverlong3 | kTooLarge);
+    constexpr auto cont101 =
+        static_cast<char>(kTooLong | kOverlong2 | kTwoConts | kSurrogate | kTooLarge);
+    const __m128i byte2High =
+        nibbleLookup(_mm_setr_epi8(kTooShort, kTooShort, kTooShort, kTooShort, kTooShort, kTooShort,
+                                   kTooShort, kTooShort, cont1000, cont1001, cont101, cont101,
+                                   kTooShort, kTooShort, kTooShort, kTooShort),
+                     _mm_and_si128(_mm_srli_epi16(input, 4), lowNibble));
+    const __m128i special = _mm_and_si128(_mm_and_si128(byte1High, byte1Low), byte2High);
+
+    // Where the byte two places back starts a sequence of three or four bytes, or the byte
+    // three places back one of four, this byte must be a continuation (flagged kTwoConts).
+    const __m128i prev2 = _mm_alignr_epi8(input, state.previous, 14);
+    const __m128i prev3 = _mm_alignr_epi8(input, state.previous, 13);
+    const __m128i must23 = _mm_or_si128(_mm_subs_epu8(prev2, _mm_set1_epi8(0xE0 - 0x80)),
+                                        _mm_subs_epu8(prev3, _mm_set1_epi8(0xF0 - 0x80)));
+    const __m128i must23High = _mm_and_si128(must23, _mm_set1_epi8(static_cast<char>(0x80)));
+    state.error = _mm_or_si128(state.error, _mm_xor_si128(must23High, special));
+
+    // A lead in the last three bytes that the block cannot finish.
+    const __m128i maxComplete = _mm_setr_epi8(
+        -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, static_cast<char>(0xF0 - 1),
+        static_cast<char>(0xE0 - 1), static_cast<char>(0xC0 - 1));
+    state.previousIncomplete = _mm_subs_epu8(input, maxComplete);
+    state.previous = input;
+}
+
+[[gnu::target("ssse3")]] bool isValid(std::string_view bytes) noexcept {
+    State state{_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128()};
+    const char* data = bytes.data();
+    std::size_t pos = 0;
+    for (; pos + 16 <= bytes.size(); pos += 16) {
+        checkBlock(state, _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + pos)));
+    }
+    if (pos < bytes.size()) {
+        alignas(16) char tail[16] = {}; // NUL is ASCII: the padding ends any open sequence
+        std::memcpy(tail, data + pos, bytes.size() - pos);
+        checkBlock(state, _mm_load_si128(reinterpret_cast<const __m128i*>(tail)));
+    }
+    const __m128i error = _mm_or_si128(state.error, state.previousIncomplete);
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(error, _mm_setzero_si128())) == 0xFFFF;
+}
+
+bool available() noexcept {
+    static const bool ssse3 = __builtin_cpu_supports("ssse3");
+    return ssse3;
+}
+
+} // namespace simd
+
+#endif
+
+} // namespace
+
+bool isValidUtf8(std::string_view bytes) noexcept {
+#if VELMORA_UTF8_SSSE3
+    if (bytes.size() >= 16 && simd::available()) {
+        return simd::isValid(bytes);
+    }
+#endif
+    return isValidUtf8Scalar(bytes);
+}
+
+std::string decodeLenient(std::string_view bytes) {
+    if (isValidUtf8(bytes)) {
+        return std::string(bytes);
+    }
+    std::string text;
+    text.reserve(bytes.size() + bytes.size() / 2);
+    std::size_t pos = 0;
+    while (pos < bytes.size()) {
+        const std::size_t ascii = skipAscii(bytes, pos);
+        text.append(bytes.substr(pos, ascii - pos));
+        pos = ascii;
+        if (pos == bytes.size()) {
+            break;
+        }
+        const Sequence sequence = decodeAt(bytes, pos);
+        text.append(sequence.valid ? bytes.substr(pos, sequence.length) : kReplacement);
+        pos += sequence.length;
+    }
+    return text;
+}
+
+std::size_t utf16Length(std::string_view bytes) noexcept {
+    std::size_t units = 0;
+    std::size_t pos = 0;
+    while (pos < bytes.size()) {
+        const std::size_t ascii = skipAscii(bytes, pos);
+        units += ascii - pos;
+        pos = ascii;
+        if (pos == bytes.size()) {
+            break;
+        }
+        const Sequence sequence = decodeAt(bytes, pos);
+        units += sequence.astral ? 2 : 1;
+        pos += sequence.length;
+    }
+    return units;
+}
+
+} // namespace velmora

@@ -1,0 +1,254 @@
+#include "core/presentation/DateFormat.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <ctime>
+#include <limits>
+#include <system_error>
+
+#include <unicode/calendar.h>
+#include <unicode/datefmt.h>
+#include <unicode/fpositer.h>
+#include <unicode/locid.h>
+#include <unicode/parsepos.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
+namespace velmora {
+
+namespace {
+
+constexpr double kMillisPerSecond = 1000.0;
+
+std::string icuPattern(std::string_view displayFormat) {
+    constexpr std::string_view marker = "AM/PM";
+    std::string pattern;
+    std::size_t from = 0;
+    for (std::size_t at = displayFormat.find(marker); at != std::string_view::npos;
+         at = displayFormat.find(marker, from)) {
+        pattern.append(displayFormat.substr(from, at - from)).append("a");
+        from = at + marker.size();
+    }
+    pattern.append(displayFormat.substr(from));
+    return pattern;
+}
+
+std::unique_ptr<icu::DateFormat> createFormatter(std::string_view displayFormat) {
+    std::unique_ptr<icu::DateFormat> formatter;
+    UErrorCode status = U_ZERO_ERROR;
+    if (displayFormat.empty()) {
+        formatter.reset(icu::DateFormat::createDateTimeInstance(
+            icu::DateFormat::kShort, icu::DateFormat::kMedium, icu::Locale::getRoot()));
+    } else {
+        formatter = std::make_unique<icu::SimpleDateFormat>(
+            icu::UnicodeString::fromUTF8(icuPattern(displayFormat)), icu::Locale::getRoot(),
+            status);
+    }
+    if (!formatter || U_FAILURE(status)) {
+        return nullptr;
+    }
+    formatter->setLenient(false);
+    return formatter;
+}
+
+bool isAsciiDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isAsciiSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// from_chars reports a number too large or too small for a double without a value; decide
+// which from its decimal magnitude: significant integer digits, or minus the zeros after the
+// point, plus the exponent.
+double outOfRangeValue(const char* first, const char* last) {
+    long magnitude = 0;
+    const char* p = first;
+    while (p != last && *p == '0') {
+        ++p;
+    }
+    for (; p != last && isAsciiDigit(*p); ++p) {
+        ++magnitude;
+    }
+    if (magnitude == 0 && p != last && *p == '.') {
+        for (++p; p != last && *p == '0'; ++p) {
+            --magnitude;
+        }
+    }
+    while (p != last && *p != 'e' && *p != 'E') {
+        ++p;
+    }
+    if (p != last) {
+        ++p;
+        const bool negative = p != last && *p == '-';
+        if (p != last && (*p == '-' || *p == '+')) {
+            ++p;
+        }
+        long exponent = 0;
+        if (std::from_chars(p, last, exponent).ec == std::errc::result_out_of_range) {
+            exponent = std::numeric_limits<long>::max() / 2;
+        }
+        magnitude = negative ? magnitude - exponent : magnitude + exponent;
+    }
+    return magnitude > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+}
+
+} // namespace
+
+struct DateFormat::Impl {
+    std::unique_ptr<icu::DateFormat> formatter;
+    // Formatting and parsing through the formatter's own entry points clone its calendar on
+    // every call; one working calendar kept here avoids that allocation.
+    std::unique_ptr<icu::Calendar> calendar;
+    icu::UnicodeString buffer;
+
+    explicit Impl(std::unique_ptr<icu::DateFormat> f)
+        : formatter(std::move(f))
+        , calendar(formatter->getCalendar()->clone()) {}
+
+    Impl(const Impl& other)
+        : formatter(other.formatter->clone())
+        , calendar(other.calendar->clone()) {}
+
+    // Checks the pattern once: ICU accepts unknown pattern letters when it builds the formatter
+    // and fails only when it writes them.
+    bool writes() {
+        UErrorCode status = U_ZERO_ERROR;
+        calendar->setTime(0, status);
+        buffer.remove();
+        formatter->format(*calendar, buffer, nullptr, status);
+        return U_SUCCESS(status);
+    }
+};
+
+DateFormat::DateFormat(std::string_view displayFormat)
+    : m_displayFormat(displayFormat) {
+    if (auto formatter = createFormatter(displayFormat)) {
+        m_impl = std::make_unique<Impl>(std::move(formatter));
+        if (!m_impl->calendar || !m_impl->writes()) {
+            m_impl.reset();
+        }
+    }
+}
+
+DateFormat::~DateFormat() = default;
+
+DateFormat::DateFormat(const DateFormat& other)
+    : m_displayFormat(other.m_displayFormat)
+    , m_impl(other.m_impl ? std::make_unique<Impl>(*other.m_impl) : nullptr) {}
+
+DateFormat& DateFormat::operator=(const DateFormat& other) {
+    if (this != &other) {
+        DateFormat copy(other);
+        *this = std::move(copy);
+    }
+    return *this;
+}
+
+DateFormat::DateFormat(DateFormat&& other) noexcept = default;
+DateFormat& DateFormat::operator=(DateFormat&& other) noexcept = default;
+
+bool DateFormat::valid() const {
+    return m_impl != nullptr;
+}
+
+std::string DateFormat::format(double secondsSince1970) const {
+    std::string text;
+    if (!m_impl || !std::isfinite(secondsSince1970)) {
+        return text;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    m_impl->calendar->setTime(secondsSince1970 * kMillisPerSecond, status);
+    m_impl->buffer.remove();
+    m_impl->formatter->format(*m_impl->calendar, m_impl->buffer, nullptr, status);
+    if (U_SUCCESS(status)) {
+        m_impl->buffer.toUTF8String(text);
+    }
+    return text;
+}
+
+std::optional<double> DateFormat::parse(std::string_view text) const {
+    if (!m_impl || text.empty()) {
+        return std::nullopt;
+    }
+    m_impl->buffer = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+    icu::ParsePosition position(0);
+    m_impl->calendar->clear();
+    m_impl->formatter->parse(m_impl->buffer, *m_impl->calendar, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != m_impl->buffer.length()) {
+        return std::nullopt;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const UDate millis = m_impl->calendar->getTime(status);
+    if (U_FAILURE(status)) {
+        return std::nullopt;
+    }
+    return millis / kMillisPerSecond;
+}
+
+void reloadDefaultTimeZone() {
+    tzset();
+    icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
+}
+
+double timestampFromText(std::string_view text) {
+    const char* p = text.data();
+    const char* last = p + text.size();
+    while (p != last && isAsciiSpace(*p)) {
+        ++p;
+    }
+    bool negative = false;
+    if (p != last && (*p == '+' || *p == '-')) {
+        negative = *p == '-';
+        ++p;
+    }
+    // from_chars would also take "inf", "nan" and a second sign, which are no number here.
+    const bool startsNumber =
+        p != last && (isAsciiDigit(*p) || (*p == '.' && p + 1 != last && isAsciiDigit(p[1])));
+    if (!startsNumber) {
+        return 0.0;
+    }
+    double value = 0.0;
+    const auto [end, ec] = std::from_chars(p, last, value, std::chars_format::general);
+    if (ec == std::errc::result_out_of_range) {
+        value = outOfRangeValue(p, end);
+    } else if (ec != std::errc()) {
+        return 0.0;
+    }
+    return negative ? -value : value;
+}
+
+bool isDigitsOnly(std::string_view text) {
+    const auto firstOther = std::find_if_not(text.begin(), text.end(), isAsciiDigit);
+    if (firstOther == text.end()) {
+        return true;
+    }
+    // Bytes that are no UTF-8 decode as U+FFFD, which is no digit.
+    const auto rest = text.substr(static_cast<std::size_t>(firstOther - text.begin()));
+    const icu::UnicodeString decoded = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(rest.data(), static_cast<std::int32_t>(rest.size())));
+    for (std::int32_t i = 0; i < decoded.length(); i = decoded.moveIndex32(i, 1)) {
+        if (!u_isdigit(decoded.char32At(i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::optional<std::string> convertDate(std::string_view date, std::string_view formatArgument,
+                                       const DateFormat& reading, const DateFormat& writing) {
+    const std::optional<double> instant = date == formatArgument
+                                              ? std::optional<double>(timestampFromText(date))
+                                              : reading.parse(date);
+    if (!instant) {
+        return std::nullopt;
+    }
+    return writing.format(*instant);
+}
+
+} // namespace velmora

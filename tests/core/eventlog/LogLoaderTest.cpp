@@ -1,0 +1,119 @@
+#include "core/eventlog/LogLoader.h"
+
+#include "core/eventlog/LogDirectory.h"
+#include "core/eventlog/LogLineReader.h"
+#include "core/eventlog/Utf8.h"
+#include "support/TempDir.h"
+
+#include <filesystem>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace velmora {
+namespace {
+
+using test::TempDir;
+using test::writeFile;
+
+struct Line {
+    std::string date, priority, host, message;
+    bool operator==(const Line&) const = default;
+};
+
+std::vector<Line> listed(const EventStore& store) {
+    std::vector<Line> lines;
+    for (std::size_t row = 0; row < store.size(); ++row) {
+        const EventId id = store.at(row);
+        lines.push_back({std::string(*store.rawDate(id)), std::string(*store.priority(id)),
+                         std::string(*store.host(id)), std::string(*store.message(id))});
+    }
+    return lines;
+}
+
+// What the list must hold for a file's content: every piece with four fields, decoded
+// leniently, the last one on top.
+std::vector<Line> expectedFor(std::string_view content) {
+    std::vector<Line> lines;
+    forEachPiece(content, [&](std::string_view piece) {
+        if (const auto f = parseLogPiece(piece)) {
+            lines.push_back({decodeLenient(f->date), decodeLenient(f->priority),
+                             decodeLenient(f->host), decodeLenient(f->message)});
+        }
+    });
+    return {lines.rbegin(), lines.rend()};
+}
+
+std::string randomLog(std::mt19937& random, std::size_t bytes) {
+    static const std::string alphabet = "0123456789abc,,,,\r\n\n\n\n\xC3\xA9\xFF\x80 .";
+    std::string content;
+    while (content.size() < bytes) {
+        if (random() % 3 == 0) {
+            content += "1700000000,Local7.Debug,10.0.0." + std::to_string(random() % 40) + ",msg";
+            content.append(random() % 1500, 'x');
+            content += '\n';
+        } else {
+            content += alphabet[random() % alphabet.size()];
+        }
+    }
+    return content;
+}
+
+TEST(LogLoader, PiecesCutByBlockBoundariesReadAsInOneBlock) {
+    std::mt19937 random(7);
+    TempDir dir;
+    const std::string content = randomLog(random, 300'000);
+    writeFile(dir / "a.log", content);
+    const std::vector<Line> expected = expectedFor(content);
+    ASSERT_GT(expected.size(), 100u);
+    for (const std::size_t blockBytes : {std::size_t{1}, std::size_t{1500}, std::size_t{4096},
+                                         std::size_t{65537}, TextArena::kMaxBlockBytes}) {
+        EventStore store;
+        const LoadReport report = loadLogFiles(dir.str(), store, blockBytes);
+        EXPECT_EQ(report.bytes, content.size()) << blockBytes;
+        EXPECT_EQ(report.events, expected.size()) << blockBytes;
+        EXPECT_EQ(listed(store), expected) << blockBytes;
+    }
+}
+
+TEST(LogLoader, FilesInListingOrderAndOnlyRegularLogFiles) {
+    TempDir dir;
+    writeFile(dir / "one.log", "1,User.Notice,h1,first of one\n2,User.Notice,h1,last of one\n");
+    writeFile(dir / "two.log", "3,Kern.Error,h2,only of two");
+    writeFile(dir / "upper.LOG", "4,Kern.Error,h,not read\n");
+    writeFile(dir / "rotated.log.1", "5,Kern.Error,h,not read\n");
+    std::filesystem::create_directory(dir / "folder.log");
+    ASSERT_EQ(::mkfifo((dir / "pipe.log").c_str(), 0600), 0);
+
+    EventStore store;
+    const LoadReport report = loadLogFiles(dir.str(), store);
+    EXPECT_EQ(report.files, 2u);
+
+    // The directory's own order decides; the last line of the file listed last is on top.
+    std::vector<Line> oldestFirst;
+    const std::vector<std::string> names = listLogFiles(dir.str()).value();
+    for (const std::string& name : names) {
+        if (name == "one.log") {
+            oldestFirst.push_back({"1", "User.Notice", "h1", "first of one"});
+            oldestFirst.push_back({"2", "User.Notice", "h1", "last of one"});
+        } else if (name == "two.log") {
+            oldestFirst.push_back({"3", "Kern.Error", "h2", "only of two"});
+        }
+    }
+    std::vector<Line> got = listed(store);
+    std::reverse(got.begin(), got.end());
+    EXPECT_EQ(got, oldestFirst);
+    EXPECT_EQ(store.counters()[Severity::Notice], 2);
+    EXPECT_EQ(store.counters()[Severity::Error], 1);
+}
+
+TEST(LogLoader, MissingDirectoryGivesAnEmptyList) {
+    EventStore store;
+    const LoadReport report = loadLogFiles("/nonexistent/velmora", store);
+    EXPECT_EQ(report.files, 0u);
+    EXPECT_TRUE(store.empty());
+}
+
+} // namespace
+} // namespace velmora
