@@ -1,8 +1,16 @@
-#include "core/Version.h"
+#include "cli/Cli.h"
 
-#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
 
-int main() {
-    std::printf("velmoractl %s\n", velmora::kVersion);
-    return 0;
+int main(int argc, char* argv[]) {
+    std::ios::sync_with_stdio(false);
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const velmora::cli::Environment environment{std::cin, std::cout, std::cerr,
+                                                std::getenv("VELMORA_DATA_DIR")};
+    const int status = velmora::cli::run(arguments, environment);
+    std::cout.flush();
+    return status;
 }

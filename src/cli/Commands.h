@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cli/Cli.h"
+#include "core/settings/SettingsStore.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace velmora::cli {
+
+// What every verb gets: its own arguments, the store of the data directory, and the streams.
+struct Context {
+    std::vector<std::string> arguments;
+    SettingsStore store;
+    const Environment& environment;
+
+    std::ostream& out() const { return environment.out; }
+    // Prints "velmoractl: MESSAGE" to standard error and returns the status.
+    int fail(int status, const std::string& message) const;
+};
+
+int settingsCommand(const Context& context);
+int eventsCommand(const Context& context);
+int countsCommand(const Context& context);
+
+} // namespace velmora::cli

@@ -1,0 +1,133 @@
+#include "cli/Commands.h"
+#include "cli/JsonValue.h"
+#include "core/eventlog/EventStore.h"
+#include "core/eventlog/LogLoader.h"
+#include "core/settings/RuntimeSettings.h"
+
+#include <string>
+
+namespace velmora::cli {
+
+namespace {
+
+struct LoadedList {
+    EventStore store;
+    RuntimeSettings runtime;
+};
+
+// The event list and the run-time settings exactly as the console builds them at start.
+std::unique_ptr<LoadedList> loadList(const Context& context) {
+    auto list = std::make_unique<LoadedList>();
+    list->runtime = RuntimeSettings::load(context.store.readDictionary());
+    loadLogFiles(context.store.dataDirectory(), list->store);
+    return list;
+}
+
+void appendJsonString(std::string& out, std::string_view text) {
+    out += '"';
+    for (const char c : text) {
+        switch (c) {
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            if (static_cast<unsigned char>(c) < 0x20) {
+                static constexpr char kHex[] = "0123456789abcdef";
+                out += "\\u00";
+                out += kHex[(c >> 4) & 0xF];
+                out += kHex[c & 0xF];
+            } else {
+                out += c;
+            }
+        }
+    }
+    out += '"';
+}
+
+void appendJsonField(std::string& out, std::string_view key,
+                     const std::optional<std::string_view>& value) {
+    appendJsonString(out, key);
+    out += ':';
+    if (value) {
+        appendJsonString(out, *value);
+    } else {
+        out += "null";
+    }
+}
+
+} // namespace
+
+int eventsCommand(const Context& context) {
+    bool rawDates = false;
+    bool json = false;
+    for (const std::string& a : context.arguments) {
+        if (a == "--raw-dates") {
+            rawDates = true;
+        } else if (a == "--json") {
+            json = true;
+        } else {
+            return context.fail(kExitUsage, "usage: events [--raw-dates] [--json]");
+        }
+    }
+    auto list = loadList(context);
+    EventStore& store = list->store;
+    if (!rawDates) {
+        // The events page's first appearance writes every date in the configured format.
+        store.appear(list->runtime.oldDateFormat, list->runtime.newDateFormat,
+                     list->runtime.levels);
+    }
+    std::string line;
+    for (std::size_t row = 0; row < store.size(); ++row) {
+        const EventId id = store.at(row);
+        const std::optional<std::string> displayed = rawDates ? std::nullopt : store.date(id);
+        const std::optional<std::string_view> date =
+            rawDates ? store.rawDate(id)
+                     : (displayed ? std::optional<std::string_view>(*displayed) : std::nullopt);
+        line.clear();
+        if (json) {
+            line += '{';
+            appendJsonField(line, "Date", date);
+            line += ',';
+            appendJsonField(line, "Priority", store.priority(id));
+            line += ',';
+            appendJsonField(line, "Host", store.host(id));
+            line += ',';
+            appendJsonField(line, "Message", store.message(id));
+            line += "}\n";
+        } else {
+            line.append(date.value_or("")).append("\t");
+            line.append(store.priority(id).value_or("")).append("\t");
+            line.append(store.host(id).value_or("")).append("\t");
+            line.append(store.message(id).value_or("")).append("\n");
+        }
+        context.out() << line;
+    }
+    return kExitOk;
+}
+
+int countsCommand(const Context& context) {
+    if (!context.arguments.empty()) {
+        return context.fail(kExitUsage, "usage: counts");
+    }
+    auto list = loadList(context);
+    Json counts = Json::object();
+    for (const Severity severity : kAllSeverities) {
+        counts[std::string(popupOptionTitle(severity))] = list->store.counters()[severity];
+    }
+    context.out() << dumpJson(counts) << '\n';
+    return kExitOk;
+}
+
+} // namespace velmora::cli

@@ -1,0 +1,163 @@
+#include "cli/Cli.h"
+
+#include "cli/JsonValue.h"
+
+#include "core/archive/KeyedArchive.h"
+#include "core/settings/SettingsStore.h"
+#include "support/TempDir.h"
+
+#include <filesystem>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+using test::readBytes;
+using test::TempDir;
+using test::writeFile;
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class VelmoractlTest : public ::testing::Test {
+protected:
+    TempDir dir;
+
+    Outcome run(std::vector<std::string> arguments, const std::string& input = {},
+                const char* variable = nullptr) {
+        std::istringstream in(input);
+        std::ostringstream out;
+        std::ostringstream err;
+        if (variable == nullptr) {
+            arguments.insert(arguments.begin(), {"--data-dir", dir.str()});
+        }
+        const int status = cli::run(arguments, {in, out, err, variable});
+        return {status, out.str(), err.str()};
+    }
+
+    std::filesystem::path ini() const { return dir / "Velmora.ini"; }
+};
+
+TEST_F(VelmoractlTest, LoadThenDumpGivesTheSameValues) {
+    const std::string json = R"({
+  "dateFormat": "yyyy-MM-dd HH:mm:ss",
+  "hostsDisplay": true,
+  "severityEmergency": 2,
+  "popupEvents": -3,
+  "textLocation": "/tmp/events → ü.csv",
+  "popupDisplayArray": ["Emergency", "Alert"],
+  "actionsArray": [
+    {
+      "Name": "Page",
+      "IP": "0.0.0.0",
+      "Mask": "0",
+      "runCommand": {},
+      "sendEmail": {
+        "Recipients": ["a@b"]
+      }
+    }
+  ],
+  "ratio": 1.5
+}
+)";
+    writeFile(dir / "settings.json", json);
+    const Outcome loaded = run({"settings", "load", (dir / "settings.json").string()});
+    ASSERT_EQ(loaded.status, 0) << loaded.err;
+    const Outcome dumped = run({"settings", "dump"});
+    ASSERT_EQ(dumped.status, 0) << dumped.err;
+    // Same values, same key order.
+    EXPECT_EQ(cli::parseJson(dumped.out).value(), cli::parseJson(json).value()) << dumped.out;
+}
+
+TEST_F(VelmoractlTest, LoadFromStandardInputWritesTheReloadCommand) {
+    writeFile(dir / "Velmora.set", "");
+    ASSERT_EQ(run({"settings", "load", "-"}, R"({"popupEvents": 10})").status, 0);
+    EXPECT_EQ(readBytes(dir / "Velmora.set"), reloadCommand());
+    EXPECT_EQ(run({"settings", "get", "popupEvents"}).out, "10\n");
+}
+
+TEST_F(VelmoractlTest, BadInputIsRefusedAndNothingIsWritten) {
+    writeFile(dir / "Velmora.set", "");
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string input;
+        int status;
+    };
+    const Case cases[] = {
+        {{"settings", "load", "-"}, "{\"a\": ", 2},
+        {{"settings", "load", "-"}, "[1, 2]", 2},
+        {{"settings", "load", "-"}, "{\"a\": null}", 2},
+        {{"settings", "load", "-"}, "{\"a\": 18446744073709551615}", 2},
+        {{"settings", "load", "/nonexistent/file.json"}, "", 2},
+        {{"settings", "set", "popupEvents", "abc"}, "", 2},
+        {{"settings", "set", "popupEvents", "12abc"}, "", 2},
+        {{"settings", "set", "hostsDisplay", "maybe"}, "", 2},
+        {{"settings", "set", "popupPlayArray", "{}"}, "", 2},
+        {{"settings", "set", "noSuchKey", "1"}, "", 2},
+        {{"settings", "get", "noSuchKey"}, "", 2},
+        {{"settings", "frobnicate"}, "", 2},
+        {{"frobnicate"}, "", 2},
+        {{}, "", 2},
+        {{"settings", "dump"}, "", 1},
+    };
+    for (const Case& c : cases) {
+        const Outcome outcome = run(c.arguments, c.input);
+        EXPECT_EQ(outcome.status, c.status) << c.input << " " << outcome.err;
+        EXPECT_FALSE(outcome.err.empty());
+        EXPECT_FALSE(std::filesystem::exists(ini()));
+        EXPECT_TRUE(readBytes(dir / "Velmora.set").empty());
+    }
+    EXPECT_EQ(run({"settings", "dump"}).err,
+              "velmoractl: no settings file at " + ini().string() + "\n");
+}
+
+TEST_F(VelmoractlTest, GetShowsWhatTheReadersSee) {
+    // No file: the defaults.
+    EXPECT_EQ(run({"settings", "get", "severityEmergency"}).out, "2\n");
+    EXPECT_EQ(run({"settings", "get", "actionsFormatSubject"}).out, "\"$message\"\n");
+    // A file without the keys: 0, false, "" and [], except the corrected mail port.
+    ASSERT_EQ(run({"settings", "load", "-"}, R"({"custom": "kept"})").status, 0);
+    EXPECT_EQ(run({"settings", "get", "severityEmergency"}).out, "0\n");
+    EXPECT_EQ(run({"settings", "get", "hostsDisplay"}).out, "false\n");
+    EXPECT_EQ(run({"settings", "get", "popupSound"}).out, "\"\"\n");
+    EXPECT_EQ(run({"settings", "get", "actionsArray"}).out, "[]\n");
+    EXPECT_EQ(run({"settings", "get", "actionsEmailPort"}).out, "25\n");
+    EXPECT_EQ(run({"settings", "get", "custom"}).out, "\"kept\"\n");
+}
+
+TEST_F(VelmoractlTest, SetTypesTheValueByItsKeyAndKeepsTheRest) {
+    ASSERT_EQ(run({"settings", "set", "popupEvents", "10"}).status, 0);
+    ASSERT_EQ(run({"settings", "set", "hostsDisplay", "true"}).status, 0);
+    ASSERT_EQ(run({"settings", "set", "dateFormat", "dd.MM.yyyy h:mm:ss AM/PM"}).status, 0);
+    ASSERT_EQ(run({"settings", "set", "popupPlayArray", R"(["Error","Debug"])"}).status, 0);
+    const Dictionary stored = SettingsStore(dir.str()).readDictionary().value();
+    EXPECT_EQ(stored, (Dictionary{{"popupEvents", 10},
+                                  {"hostsDisplay", true},
+                                  {"dateFormat", "dd.MM.yyyy h:mm:ss AM/PM"},
+                                  {"popupPlayArray", Array{Value("Error"), Value("Debug")}}}));
+}
+
+TEST_F(VelmoractlTest, ADamagedSettingsFileIsReportedAndNeverOverwrittenBySet) {
+    writeFile(ini(), "not an archive");
+    EXPECT_EQ(run({"settings", "dump"}).status, 1);
+    EXPECT_EQ(run({"settings", "set", "popupEvents", "1"}).status, 1);
+    EXPECT_EQ(test::readFile(ini()), "not an archive");
+}
+
+TEST_F(VelmoractlTest, DataDirectoryFromTheEnvironmentAndHelp) {
+    const std::string variable = dir.str();
+    ASSERT_EQ(run({"settings", "set", "popupEvents", "3"}, "", variable.c_str()).status, 0);
+    EXPECT_TRUE(std::filesystem::exists(ini()));
+    EXPECT_EQ(run({"--help"}).status, 0);
+    EXPECT_NE(run({"--help"}).out.find("settings dump"), std::string::npos);
+    EXPECT_EQ(run({"--version"}).out.rfind("velmoractl ", 0), 0u);
+    EXPECT_EQ(run({"--bogus"}).status, 2);
+}
+
+} // namespace
+} // namespace velmora
