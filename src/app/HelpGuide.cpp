@@ -1,0 +1,41 @@
+#include "app/HelpGuide.h"
+
+#include "app/Logging.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace velmora {
+
+namespace {
+
+const QString kGuideResource = QStringLiteral(":/help/index.html");
+
+} // namespace
+
+QUrl HelpGuide::writeLocalCopy() {
+    QFile guide(kGuideResource);
+    if (!guide.open(QIODevice::ReadOnly)) {
+        qCWarning(lcApp) << "the user guide is missing from the resources";
+        return {};
+    }
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/help");
+    QSaveFile copy(folder + QStringLiteral("/index.html"));
+    if (!QDir().mkpath(folder) || !copy.open(QIODevice::WriteOnly) ||
+        copy.write(guide.readAll()) < 0 || !copy.commit()) {
+        qCWarning(lcApp) << "cannot write the user guide to" << folder << copy.errorString();
+        return {};
+    }
+    return QUrl::fromLocalFile(copy.fileName());
+}
+
+bool HelpGuide::open() {
+    const QUrl guide = writeLocalCopy();
+    return !guide.isEmpty() && QDesktopServices::openUrl(guide);
+}
+
+} // namespace velmora

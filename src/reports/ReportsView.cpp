@@ -1,0 +1,15 @@
+#include "reports/ReportsView.h"
+
+#include "ui_ReportsView.h"
+
+namespace velmora {
+
+ReportsView::ReportsView(QWidget* parent)
+    : QWidget(parent)
+    , m_ui(std::make_unique<Ui::ReportsView>()) {
+    m_ui->setupUi(this);
+}
+
+ReportsView::~ReportsView() = default;
+
+} // namespace velmora

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+
+#include <QWidget>
+
+namespace Ui {
+class ReportsView;
+}
+
+namespace velmora {
+
+// Page 2: grouped reports over the log files.
+class ReportsView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ReportsView(QWidget* parent = nullptr);
+    ~ReportsView() override;
+
+private:
+    std::unique_ptr<Ui::ReportsView> m_ui;
+};
+
+} // namespace velmora

@@ -1,0 +1,174 @@
+#include "scan/EventTableModel.h"
+
+#include "app/Logging.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace velmora {
+
+namespace {
+
+QString toQString(std::optional<std::string_view> text) {
+    return text ? QString::fromUtf8(text->data(), static_cast<qsizetype>(text->size())) : QString();
+}
+
+QString toQString(const std::optional<std::string>& text) {
+    return text ? QString::fromStdString(*text) : QString();
+}
+
+std::size_t levelIndex(Level level) {
+    return static_cast<std::size_t>(level);
+}
+
+} // namespace
+
+EventTableModel::EventTableModel(EventStore& store, QObject* parent)
+    : QAbstractTableModel(parent)
+    , m_store(store) {
+    m_images[levelIndex(Level::Normal)] = QIcon(QStringLiteral(":/icons/normal.svg"));
+    m_images[levelIndex(Level::Moderate)] = QIcon(QStringLiteral(":/icons/moderate.svg"));
+    m_images[levelIndex(Level::Severe)] = QIcon(QStringLiteral(":/icons/severe.svg"));
+}
+
+int EventTableModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_store.size() - m_pending);
+}
+
+int EventTableModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : kColumnCount;
+}
+
+EventId EventTableModel::eventAt(int row) const {
+    return m_store.at(static_cast<std::size_t>(row) + m_pending);
+}
+
+QVariant EventTableModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount()) {
+        return {};
+    }
+    const EventId id = eventAt(index.row());
+    switch (role) {
+    case Qt::DisplayRole:
+        return displayText(id, index.column());
+    case Qt::DecorationRole:
+        if (index.column() == ImageColumn) {
+            if (const std::optional<Level> level = m_store.image(id)) {
+                return m_images[levelIndex(*level)];
+            }
+        }
+        return {};
+    case EventIdRole:
+        return QVariant::fromValue(static_cast<quint32>(id));
+    case ImageNameRole:
+        if (const std::optional<Level> level = m_store.image(id)) {
+            return toQString(std::optional<std::string_view>(levelImageName(*level)));
+        }
+        return {};
+    default:
+        return {};
+    }
+}
+
+QVariant EventTableModel::displayText(EventId id, int column) const {
+    switch (column) {
+    case DateColumn:
+        return toQString(m_store.date(id));
+    case PriorityColumn:
+        return toQString(m_store.priority(id));
+    case HostColumn:
+        return toQString(m_store.host(id));
+    case MessageColumn:
+        return toQString(m_store.message(id));
+    default:
+        return {};
+    }
+}
+
+QVariant EventTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) {
+        return {};
+    }
+    switch (section) {
+    case ImageColumn:
+        return QString();
+    case DateColumn:
+        return tr("Date");
+    case PriorityColumn:
+        return tr("Priority");
+    case HostColumn:
+        return tr("Host");
+    case MessageColumn:
+        return tr("Message");
+    default:
+        return {};
+    }
+}
+
+EventId EventTableModel::insertRaw(const EventFields& fields, Dictionary extras) {
+    const EventId id = m_store.insert(fields, std::move(extras));
+    ++m_pending;
+    queueFlush();
+    return id;
+}
+
+EventId EventTableModel::insertDecorated(const EventFields& fields, Dictionary extras,
+                                         std::string_view newDateFormat,
+                                         const SeverityLevels& levels) {
+    const EventId id = m_store.insertDecorated(fields, std::move(extras), newDateFormat, levels);
+    ++m_pending;
+    queueFlush();
+    return id;
+}
+
+void EventTableModel::queueFlush() {
+    if (!m_flushQueued) {
+        m_flushQueued = true;
+        QMetaObject::invokeMethod(this, &EventTableModel::flushInserts, Qt::QueuedConnection);
+    }
+}
+
+void EventTableModel::flushInserts() {
+    m_flushQueued = false;
+    if (m_pending == 0) {
+        return;
+    }
+    qCDebug(lcScan) << "announcing" << m_pending << "new events";
+    beginInsertRows({}, 0, static_cast<int>(m_pending) - 1);
+    m_pending = 0;
+    endInsertRows();
+}
+
+void EventTableModel::appear(std::string_view oldDateFormat, std::string_view newDateFormat,
+                             const SeverityLevels& levels) {
+    flushInserts();
+    m_store.appear(oldDateFormat, newDateFormat, levels);
+    // The store rewrites dates and images lazily: one signal covers every row, and the views
+    // ask again only for the rows they show.
+    if (const int rows = rowCount(); rows > 0) {
+        emit dataChanged(index(0, 0), index(rows - 1, kColumnCount - 1),
+                         {Qt::DisplayRole, Qt::DecorationRole, ImageNameRole});
+    }
+}
+
+void EventTableModel::removeEventRow(std::size_t row) {
+    flushInserts();
+    if (row >= m_store.size()) {
+        return;
+    }
+    const int first = static_cast<int>(row);
+    beginRemoveRows({}, first, first);
+    const std::size_t rows[] = {row};
+    m_store.removeRows(rows);
+    endRemoveRows();
+}
+
+void EventTableModel::rebuild(const std::function<void(EventStore&)>& change) {
+    beginResetModel();
+    change(m_store);
+    m_pending = 0;
+    endResetModel();
+}
+
+} // namespace velmora

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "core/archive/Value.h"
+#include "core/eventlog/EventStore.h"
+#include "core/presentation/Severity.h"
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <string_view>
+
+#include <QAbstractTableModel>
+#include <QIcon>
+
+namespace velmora {
+
+// The events table over the event list, newest first. It copies no rows: each cell is read from
+// the store, and dates are formatted, when a view asks for it, which is for the rows on screen.
+//
+// A busy server announces thousands of events a second. Each one enters the store at once, but
+// the views learn of the new rows once per turn of the event loop, in one insertion at the top.
+// Until then the model shows the store as it was: it counts the rows not yet announced and
+// leaves them out of its row count and its row numbers, so a view never sees a count that
+// disagrees with the rows it was told of.
+class EventTableModel : public QAbstractTableModel {
+    Q_OBJECT
+
+public:
+    enum Column : int { ImageColumn, DateColumn, PriorityColumn, HostColumn, MessageColumn };
+    static constexpr int kColumnCount = 5;
+
+    enum Role : int {
+        EventIdRole = Qt::UserRole + 1, // the row's EventId, as quint32
+        ImageNameRole,                  // "Normal", "Moderate" or "Severe"; none until shown
+    };
+
+    explicit EventTableModel(EventStore& store, QObject* parent = nullptr);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
+
+    const EventStore& store() const { return m_store; }
+    EventId eventAt(int row) const;
+
+    // A new event at the top, as received (the events page is not on screen).
+    EventId insertRaw(const EventFields& fields, Dictionary extras);
+    // A new event at the top, with its date written in `newDateFormat` and its image at once.
+    EventId insertDecorated(const EventFields& fields, Dictionary extras,
+                            std::string_view newDateFormat, const SeverityLevels& levels);
+    // Tells the views of the events entered since the last time.
+    void flushInserts();
+
+    // The events page appears: every row's date and image are brought up to date.
+    void appear(std::string_view oldDateFormat, std::string_view newDateFormat,
+                const SeverityLevels& levels);
+    // Removes one row; `row` counts from the top of the store, new events included.
+    void removeEventRow(std::size_t row);
+    // Lets `change` fill the store from scratch (the load at start); the views start over.
+    void rebuild(const std::function<void(EventStore&)>& change);
+
+private:
+    EventStore& m_store;
+    std::size_t m_pending = 0; // rows at the top of the store the views were not told of yet
+    bool m_flushQueued = false;
+    std::array<QIcon, 3> m_images; // by Level
+
+    void queueFlush();
+    QVariant displayText(EventId id, int column) const;
+};
+
+} // namespace velmora

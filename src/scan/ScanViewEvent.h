@@ -1,0 +1,31 @@
+#pragma once
+
+#include "core/eventlog/EventStore.h"
+
+#include <memory>
+
+#include <QDialog>
+
+namespace Ui {
+class ScanViewEvent;
+}
+
+namespace velmora {
+
+// The sheet that shows one event in full, opened by a double click on its row.
+class ScanViewEvent : public QDialog {
+    Q_OBJECT
+
+public:
+    ScanViewEvent(EventId event, QWidget* parent = nullptr);
+    ~ScanViewEvent() override;
+
+    // The event shown (the record handed over as `dict`).
+    EventId eventId() const { return m_event; }
+
+private:
+    std::unique_ptr<Ui::ScanViewEvent> m_ui;
+    EventId m_event;
+};
+
+} // namespace velmora

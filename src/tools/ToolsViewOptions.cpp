@@ -1,0 +1,20 @@
+#include "tools/ToolsViewOptions.h"
+
+#include "ui_ToolsViewOptions.h"
+
+namespace velmora {
+
+ToolsViewOptions::ToolsViewOptions(QWidget* parent)
+    : QWidget(parent)
+    , m_ui(std::make_unique<Ui::ToolsViewOptions>()) {
+    m_ui->setupUi(this);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &ToolsViewOptions::onCancel);
+}
+
+ToolsViewOptions::~ToolsViewOptions() = default;
+
+void ToolsViewOptions::onCancel() {
+    emit returnRequested(m_parentTab);
+}
+
+} // namespace velmora
