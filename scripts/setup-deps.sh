@@ -8,6 +8,8 @@ packages=(
   cmake ninja-build g++ pkg-config
   # engine
   libicu-dev libplist-dev libplist++-dev
+  # velmoractl reads and writes JSON
+  nlohmann-json3-dev
   # GUI: widgets, D-Bus, printing, sound, SVG
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev qt6-svg-dev libqt6svg6
   qt6-qpa-plugins

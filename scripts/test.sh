@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds every configuration and runs every test.
+# Exits non-zero on the first failure.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup-deps.sh
+
+build=${VELMORA_BUILD_ROOT:-build}
+jobs=$(nproc)
+step() { printf '\n== %s\n' "$*"; }
+
+# The engine and velmoractl with the GUI switched off prove that the engine needs no Qt; the
+# same build runs them under AddressSanitizer and UndefinedBehaviorSanitizer.
+step "engine and velmoractl without the GUI, with ASan and UBSan"
+cmake -S . -B "$build/core-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+    -DVELMORA_BUILD_GUI=OFF -DVELMORA_BUILD_BENCH=OFF -DVELMORA_SANITIZE=address,undefined
+cmake --build "$build/core-asan"
+ASAN_OPTIONS=detect_leaks=1 ctest --test-dir "$build/core-asan" --output-on-failure -j"$jobs"
+
+# Everything, the GUI tests offscreen on a private D-Bus session.
+step "full build"
+cmake -S . -B "$build/full" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build "$build/full"
+dbus-run-session -- env QT_QPA_PLATFORM=offscreen \
+    ctest --test-dir "$build/full" --output-on-failure -j"$jobs"
