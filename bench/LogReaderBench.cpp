@@ -6,18 +6,18 @@
 // With FILE (for example one written by velmora-loggen) the file is read into memory first;
 // without, VELMORA_BENCH_BYTES bytes (default 256 MiB) are generated in-process.
 
-#include "core/eventlog/LogLineReader.h"
-#include "core/eventlog/Utf8.h"
-#include "loggen/LogGenerator.h"
-
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "core/eventlog/LogLineReader.h"
+#include "core/eventlog/Utf8.h"
+#include "loggen/LogGenerator.h"
 
 namespace {
 

@@ -6,11 +6,12 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <fcntl.h>
 #include <limits>
+#include <unistd.h>
 #include <vector>
 
-#include <fcntl.h>
-#include <unistd.h>
+#include "core/presentation/PriorityNames.h"
 
 namespace velmora::bench {
 
@@ -20,16 +21,12 @@ constexpr std::size_t kChunkBytes = std::size_t{4} << 20;
 constexpr std::size_t kMinMessageBytes = 30;
 constexpr std::size_t kMaxMessageBytes = 300;
 
-constexpr auto kFacilities = std::to_array<std::string_view>(
-    {"Kern",   "User",   "Mail",     "Daemon", "Auth",   "Syslog",   "Lpr",     "News",
-     "Uucp",   "Cron",   "Authpriv", "Ftp",    "Ntp",    "Security", "Console", "Clock",
-     "Local0", "Local1", "Local2",   "Local3", "Local4", "Local5",   "Local6",  "Local7"});
+constexpr const auto& kFacilities = kFacilityNames;
 // Per mille, in the order of kFacilities: daemons and the local facilities log the most.
 constexpr std::array<std::uint32_t, 24> kFacilityWeights = {
     60, 50, 40, 120, 60, 40, 5, 3, 2, 50, 40, 10, 20, 10, 5, 5, 60, 60, 60, 60, 60, 60, 60, 60};
 
-constexpr auto kSeverities = std::to_array<std::string_view>(
-    {"Emergency", "Alert", "Critical", "Error", "Warning", "Notice", "Informational", "Debug"});
+constexpr const auto& kSeverities = kSyslogSeverityNames;
 constexpr std::array<std::uint32_t, 8> kSeverityWeights = {3, 5, 12, 60, 90, 200, 380, 250};
 
 constexpr auto kHostNames = std::to_array<std::string_view>(

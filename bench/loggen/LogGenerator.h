@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/Result.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
+
+#include "core/Result.h"
 
 namespace velmora::bench {
 

@@ -1,7 +1,5 @@
 // velmora-loggen: writes log files like the server's for benchmarks and tests.
 
-#include "loggen/LogGenerator.h"
-
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -9,8 +7,9 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-
 #include <sys/stat.h>
+
+#include "loggen/LogGenerator.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 #include "about/AboutView.h"
 
-#include "core/Version.h"
-#include "ui_AboutView.h"
-
 #include <QApplication>
 #include <QDesktopServices>
 #include <QMouseEvent>
 #include <QShowEvent>
 #include <QTextCursor>
 #include <QUrl>
+
+#include "core/Version.h"
+#include "ui_AboutView.h"
 
 namespace velmora {
 

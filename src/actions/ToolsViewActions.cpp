@@ -4,17 +4,13 @@
 
 namespace velmora {
 
-ToolsViewActions::ToolsViewActions(QWidget* parent)
-    : QWidget(parent)
+ToolsViewActions::ToolsViewActions(AppDelegate& delegate, QWidget* parent)
+    : SettingsPage(delegate, parent)
     , m_ui(std::make_unique<Ui::ToolsViewActions>()) {
     m_ui->setupUi(this);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &ToolsViewActions::onCancel);
 }
 
 ToolsViewActions::~ToolsViewActions() = default;
-
-void ToolsViewActions::onCancel() {
-    emit returnRequested(m_parentTab);
-}
 
 } // namespace velmora

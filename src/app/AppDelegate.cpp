@@ -1,7 +1,5 @@
 #include "app/AppDelegate.h"
 
-#include "app/WindowController.h"
-
 #include <utility>
 
 #include <QAction>
@@ -9,6 +7,8 @@
 #include <QKeySequence>
 #include <QMenu>
 #include <QMenuBar>
+
+#include "app/WindowController.h"
 
 namespace velmora {
 

@@ -1,10 +1,5 @@
 #pragma once
 
-#include "core/Result.h"
-#include "core/eventlog/EventStore.h"
-#include "core/settings/RuntimeSettings.h"
-#include "core/settings/SettingsStore.h"
-
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -12,6 +7,11 @@
 
 #include <QObject>
 #include <QPointer>
+
+#include "core/Result.h"
+#include "core/eventlog/EventStore.h"
+#include "core/settings/RuntimeSettings.h"
+#include "core/settings/SettingsStore.h"
 
 class QMenuBar;
 

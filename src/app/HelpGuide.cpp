@@ -1,12 +1,12 @@
 #include "app/HelpGuide.h"
 
-#include "app/Logging.h"
-
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
 #include <QStandardPaths>
+
+#include "app/Logging.h"
 
 namespace velmora {
 

@@ -1,5 +1,17 @@
 #include "app/WindowController.h"
 
+#include <algorithm>
+#include <initializer_list>
+#include <utility>
+
+#include <QButtonGroup>
+#include <QCursor>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QScreen>
+#include <QStyle>
+
 #include "about/AboutView.h"
 #include "actions/ToolsViewActions.h"
 #include "app/AppDelegate.h"
@@ -15,18 +27,6 @@
 #include "tools/ToolsViewExport.h"
 #include "tools/ToolsViewOptions.h"
 #include "ui_WindowController.h"
-
-#include <algorithm>
-#include <initializer_list>
-#include <utility>
-
-#include <QButtonGroup>
-#include <QCursor>
-#include <QElapsedTimer>
-#include <QGuiApplication>
-#include <QMenu>
-#include <QScreen>
-#include <QStyle>
 
 namespace velmora {
 
@@ -46,13 +46,13 @@ WindowController::~WindowController() = default;
 
 void WindowController::buildPages() {
     // Added in page order: the index of a page in the stack is its Page value.
-    m_home = new HomeView(m_ui->tabView);
+    m_home = new HomeView(m_delegate, m_ui->tabView);
     m_scan = new ScanView(m_delegate.eventStore(), m_delegate.runtime(), m_ui->tabView);
-    m_reports = new ReportsView(m_ui->tabView);
+    m_reports = new ReportsView(m_delegate, m_ui->tabView);
     m_tools = new ToolsView(m_ui->tabView);
-    m_options = new ToolsViewOptions(m_ui->tabView);
-    m_actions = new ToolsViewActions(m_ui->tabView);
-    m_export = new ToolsViewExport(m_ui->tabView);
+    m_options = new ToolsViewOptions(m_delegate, m_ui->tabView);
+    m_actions = new ToolsViewActions(m_delegate, m_ui->tabView);
+    m_export = new ToolsViewExport(m_delegate, m_ui->tabView);
     for (QWidget* page : std::initializer_list<QWidget*>{m_home, m_scan, m_reports, m_tools,
                                                          m_options, m_actions, m_export}) {
         m_ui->tabView->addWidget(page);

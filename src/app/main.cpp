@@ -1,8 +1,3 @@
-#include "app/AppDelegate.h"
-#include "app/WindowController.h"
-#include "core/Version.h"
-#include "core/settings/SettingsStore.h"
-
 #include <cstdlib>
 #include <string>
 
@@ -10,6 +5,11 @@
 #include <QCommandLineParser>
 #include <QIcon>
 #include <QTimer>
+
+#include "app/AppDelegate.h"
+#include "app/WindowController.h"
+#include "core/Version.h"
+#include "core/settings/SettingsStore.h"
 
 int main(int argc, char* argv[]) {
     QApplication app(argc, argv);

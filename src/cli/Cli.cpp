@@ -1,11 +1,11 @@
 #include "cli/Cli.h"
 
-#include "cli/Commands.h"
-#include "core/Version.h"
-
 #include <functional>
 #include <map>
 #include <ostream>
+
+#include "cli/Commands.h"
+#include "core/Version.h"
 
 namespace velmora::cli {
 

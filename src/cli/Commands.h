@@ -1,11 +1,11 @@
 #pragma once
 
-#include "cli/Cli.h"
-#include "core/settings/SettingsStore.h"
-
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include "cli/Cli.h"
+#include "core/settings/SettingsStore.h"
 
 namespace velmora::cli {
 

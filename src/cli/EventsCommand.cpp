@@ -1,10 +1,10 @@
+#include <string>
+
 #include "cli/Commands.h"
 #include "cli/JsonValue.h"
 #include "core/eventlog/EventStore.h"
 #include "core/eventlog/LogLoader.h"
 #include "core/settings/RuntimeSettings.h"
-
-#include <string>
 
 namespace velmora::cli {
 

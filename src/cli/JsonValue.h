@@ -1,9 +1,9 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include "core/Result.h"
 #include "core/archive/Value.h"
-
-#include <nlohmann/json.hpp>
 
 namespace velmora::cli {
 

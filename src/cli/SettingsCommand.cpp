@@ -1,11 +1,11 @@
-#include "cli/Commands.h"
-#include "cli/JsonValue.h"
-#include "core/settings/SettingsSchema.h"
-
 #include <charconv>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+
+#include "cli/Commands.h"
+#include "cli/JsonValue.h"
+#include "core/settings/SettingsSchema.h"
 
 namespace velmora::cli {
 

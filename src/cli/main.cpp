@@ -1,9 +1,9 @@
-#include "cli/Cli.h"
-
 #include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include "cli/Cli.h"
 
 int main(int argc, char* argv[]) {
     std::ios::sync_with_stdio(false);

@@ -24,8 +24,10 @@ struct Error {
 template <typename T>
 class [[nodiscard]] Result {
 public:
-    Result(T value) : m_state(std::in_place_index<0>, std::move(value)) {}
-    Result(Error error) : m_state(std::in_place_index<1>, std::move(error)) {}
+    Result(T value)
+        : m_state(std::in_place_index<0>, std::move(value)) {}
+    Result(Error error)
+        : m_state(std::in_place_index<1>, std::move(error)) {}
 
     bool ok() const noexcept { return m_state.index() == 0; }
     explicit operator bool() const noexcept { return ok(); }
@@ -48,7 +50,8 @@ template <>
 class [[nodiscard]] Result<void> {
 public:
     Result() = default;
-    Result(Error error) : m_error(std::move(error)) {}
+    Result(Error error)
+        : m_error(std::move(error)) {}
 
     bool ok() const noexcept { return !m_error.has_value(); }
     explicit operator bool() const noexcept { return ok(); }

@@ -4,9 +4,10 @@
 
 namespace velmora {
 
-HomeView::HomeView(QWidget* parent)
+HomeView::HomeView(AppDelegate& delegate, QWidget* parent)
     : QWidget(parent)
-    , m_ui(std::make_unique<Ui::HomeView>()) {
+    , m_ui(std::make_unique<Ui::HomeView>())
+    , m_delegate(delegate) {
     m_ui->setupUi(this);
 }
 

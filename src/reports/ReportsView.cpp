@@ -4,9 +4,10 @@
 
 namespace velmora {
 
-ReportsView::ReportsView(QWidget* parent)
+ReportsView::ReportsView(AppDelegate& delegate, QWidget* parent)
     : QWidget(parent)
-    , m_ui(std::make_unique<Ui::ReportsView>()) {
+    , m_ui(std::make_unique<Ui::ReportsView>())
+    , m_delegate(delegate) {
     m_ui->setupUi(this);
 }
 

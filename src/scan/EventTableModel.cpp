@@ -1,10 +1,10 @@
 #include "scan/EventTableModel.h"
 
-#include "app/Logging.h"
-
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "app/Logging.h"
 
 namespace velmora {
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "core/archive/Value.h"
-#include "core/eventlog/EventStore.h"
-#include "core/presentation/Severity.h"
-
 #include <array>
 #include <cstddef>
 #include <functional>
@@ -11,6 +7,10 @@
 
 #include <QAbstractTableModel>
 #include <QIcon>
+
+#include "core/archive/Value.h"
+#include "core/eventlog/EventStore.h"
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

@@ -1,11 +1,5 @@
 #include "scan/ScanView.h"
 
-#include "app/LinkStyle.h"
-#include "core/settings/RuntimeSettings.h"
-#include "scan/EventTableModel.h"
-#include "scan/ScanViewEvent.h"
-#include "ui_ScanView.h"
-
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,6 +7,12 @@
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QShowEvent>
+
+#include "app/LinkStyle.h"
+#include "core/settings/RuntimeSettings.h"
+#include "scan/EventTableModel.h"
+#include "scan/ScanViewEvent.h"
+#include "ui_ScanView.h"
 
 namespace velmora {
 

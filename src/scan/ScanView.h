@@ -1,12 +1,12 @@
 #pragma once
 
-#include "app/Page.h"
-#include "core/archive/Value.h"
-#include "core/eventlog/EventStore.h"
-
 #include <memory>
 
 #include <QWidget>
+
+#include "app/Page.h"
+#include "core/archive/Value.h"
+#include "core/eventlog/EventStore.h"
 
 class QModelIndex;
 class QTableView;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/eventlog/EventStore.h"
-
 #include <memory>
 
 #include <QDialog>
+
+#include "core/eventlog/EventStore.h"
 
 namespace Ui {
 class ScanViewEvent;

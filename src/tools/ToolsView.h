@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/Page.h"
-
 #include <memory>
 
 #include <QWidget>
+
+#include "app/Page.h"
 
 namespace Ui {
 class ToolsView;

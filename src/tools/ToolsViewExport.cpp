@@ -4,17 +4,13 @@
 
 namespace velmora {
 
-ToolsViewExport::ToolsViewExport(QWidget* parent)
-    : QWidget(parent)
+ToolsViewExport::ToolsViewExport(AppDelegate& delegate, QWidget* parent)
+    : SettingsPage(delegate, parent)
     , m_ui(std::make_unique<Ui::ToolsViewExport>()) {
     m_ui->setupUi(this);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &ToolsViewExport::onCancel);
 }
 
 ToolsViewExport::~ToolsViewExport() = default;
-
-void ToolsViewExport::onCancel() {
-    emit returnRequested(m_parentTab);
-}
 
 } // namespace velmora

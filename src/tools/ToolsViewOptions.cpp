@@ -4,17 +4,13 @@
 
 namespace velmora {
 
-ToolsViewOptions::ToolsViewOptions(QWidget* parent)
-    : QWidget(parent)
+ToolsViewOptions::ToolsViewOptions(AppDelegate& delegate, QWidget* parent)
+    : SettingsPage(delegate, parent)
     , m_ui(std::make_unique<Ui::ToolsViewOptions>()) {
     m_ui->setupUi(this);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &ToolsViewOptions::onCancel);
 }
 
 ToolsViewOptions::~ToolsViewOptions() = default;
-
-void ToolsViewOptions::onCancel() {
-    emit returnRequested(m_parentTab);
-}
 
 } // namespace velmora

@@ -1,15 +1,13 @@
-#include "cli/Cli.h"
-
-#include "cli/JsonValue.h"
-
-#include "core/archive/KeyedArchive.h"
-#include "core/settings/SettingsStore.h"
-#include "support/TempDir.h"
-
 #include <filesystem>
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include "cli/Cli.h"
+#include "cli/JsonValue.h"
+#include "core/archive/KeyedArchive.h"
+#include "core/settings/SettingsStore.h"
+#include "support/TempDir.h"
 
 namespace velmora {
 namespace {

@@ -3,13 +3,13 @@
 // decoder's size budget follows the archive's length, and the encoder drops the objects
 // nothing refers to, so that budget is the one thing that may refuse the second decode.
 
-#include "core/archive/KeyedArchive.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <span>
 #include <string>
+
+#include "core/archive/KeyedArchive.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace velmora;

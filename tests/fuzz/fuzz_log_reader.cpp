@@ -4,17 +4,16 @@
 // whole input and on each field, and the lenient decoding must give valid text of the same
 // UTF-16 length, leaving valid text as it is.
 
-#include "core/eventlog/LogLineReader.h"
-#include "core/eventlog/Utf8.h"
-
-#include "../core/eventlog/FgetsReference.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "../core/eventlog/FgetsReference.h"
+#include "core/eventlog/LogLineReader.h"
+#include "core/eventlog/Utf8.h"
 
 namespace {
 

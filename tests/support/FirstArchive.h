@@ -1,11 +1,11 @@
 #pragma once
 
-#include "core/Result.h"
-#include "core/archive/KeyedArchive.h"
-
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "core/Result.h"
+#include "core/archive/KeyedArchive.h"
 
 namespace velmora::test {
 

@@ -1,7 +1,4 @@
 #include "about/AboutView.h"
-#include "app/AppDelegate.h"
-#include "app/WindowController.h"
-#include "core/Version.h"
 
 #include <memory>
 
@@ -14,6 +11,10 @@
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QUrl>
+
+#include "app/AppDelegate.h"
+#include "app/WindowController.h"
+#include "core/Version.h"
 
 using namespace velmora;
 

@@ -1,6 +1,4 @@
 #include "scan/EventTableModel.h"
-#include "core/eventlog/EventStore.h"
-#include "ui/UiTestSupport.h"
 
 #include <optional>
 #include <string>
@@ -11,6 +9,9 @@
 #include <QSignalSpy>
 #include <QStringList>
 #include <QTest>
+
+#include "core/eventlog/EventStore.h"
+#include "ui/UiTestSupport.h"
 
 using namespace velmora;
 using test::cell;

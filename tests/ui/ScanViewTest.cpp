@@ -1,9 +1,4 @@
 #include "scan/ScanView.h"
-#include "core/eventlog/EventStore.h"
-#include "core/settings/RuntimeSettings.h"
-#include "scan/EventTableModel.h"
-#include "scan/ScanViewEvent.h"
-#include "ui/UiTestSupport.h"
 
 #include <memory>
 #include <optional>
@@ -11,6 +6,12 @@
 #include <QItemSelectionModel>
 #include <QTableView>
 #include <QTest>
+
+#include "core/eventlog/EventStore.h"
+#include "core/settings/RuntimeSettings.h"
+#include "scan/EventTableModel.h"
+#include "scan/ScanViewEvent.h"
+#include "ui/UiTestSupport.h"
 
 using namespace velmora;
 using test::cell;

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "core/eventlog/EventStore.h"
-
 #include <string_view>
 
 #include <QAbstractItemModel>
 #include <QCoreApplication>
 #include <QString>
 #include <QVariant>
+
+#include "core/eventlog/EventStore.h"
 
 namespace velmora::test {
 

@@ -1,14 +1,4 @@
 #include "app/WindowController.h"
-#include "about/AboutView.h"
-#include "app/AppDelegate.h"
-#include "app/Page.h"
-#include "app/ViewBar.h"
-#include "core/archive/Value.h"
-#include "core/settings/SettingsStore.h"
-#include "scan/EventTableModel.h"
-#include "scan/ScanView.h"
-#include "tools/ToolsViewOptions.h"
-#include "ui/UiTestSupport.h"
 
 #include <memory>
 
@@ -28,6 +18,17 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+
+#include "about/AboutView.h"
+#include "app/AppDelegate.h"
+#include "app/Page.h"
+#include "app/ViewBar.h"
+#include "core/archive/Value.h"
+#include "core/settings/SettingsStore.h"
+#include "scan/EventTableModel.h"
+#include "scan/ScanView.h"
+#include "tools/ToolsViewOptions.h"
+#include "ui/UiTestSupport.h"
 
 using namespace velmora;
 using test::cell;

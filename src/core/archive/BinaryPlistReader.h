@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/Result.h"
-
 #include <cstdint>
 #include <span>
 #include <string>
+
+#include "core/Result.h"
 
 namespace velmora {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/Result.h"
-#include "core/archive/Value.h"
-
 #include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
+
+#include "core/Result.h"
+#include "core/archive/Value.h"
 
 // The settings file's and the command pipe's byte format: the platform's keyed archive, a binary
 // property list ("bplist00") holding $version 100000, $archiver "NSKeyedArchiver", $top and the

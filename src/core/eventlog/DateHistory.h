@@ -1,14 +1,14 @@
 #pragma once
 
-#include "core/presentation/DateFormat.h"
-#include "core/presentation/DateFormatCache.h"
-#include "core/presentation/Severity.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "core/presentation/DateFormat.h"
+#include "core/presentation/DateFormatCache.h"
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

@@ -1,12 +1,5 @@
 #pragma once
 
-#include "core/archive/Value.h"
-#include "core/eventlog/DateHistory.h"
-#include "core/eventlog/SeverityCounters.h"
-#include "core/eventlog/StringPool.h"
-#include "core/eventlog/TextArena.h"
-#include "core/presentation/Severity.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,6 +9,13 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include "core/archive/Value.h"
+#include "core/eventlog/DateHistory.h"
+#include "core/eventlog/SeverityCounters.h"
+#include "core/eventlog/StringPool.h"
+#include "core/eventlog/TextArena.h"
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

@@ -2,9 +2,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
-
 #include <dirent.h>
+#include <memory>
 
 namespace velmora {
 

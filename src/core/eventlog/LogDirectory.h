@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/Result.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "core/Result.h"
 
 namespace velmora {
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/Result.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +10,8 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "core/Result.h"
 
 namespace velmora {
 

@@ -1,17 +1,16 @@
 #include "core/eventlog/LogLoader.h"
 
-#include "core/eventlog/LogDirectory.h"
-#include "core/eventlog/LogLineReader.h"
-#include "core/eventlog/Utf8.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string>
-
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "core/eventlog/LogDirectory.h"
+#include "core/eventlog/LogLineReader.h"
+#include "core/eventlog/Utf8.h"
 
 namespace velmora {
 

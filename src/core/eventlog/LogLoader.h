@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/eventlog/EventStore.h"
-
 #include <cstddef>
 #include <string>
+
+#include "core/eventlog/EventStore.h"
 
 namespace velmora {
 

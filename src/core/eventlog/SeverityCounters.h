@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/presentation/Severity.h"
-
 #include <array>
 #include <cstdint>
+
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <utility>
-
 #include <sys/mman.h>
+#include <utility>
 
 namespace velmora {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "core/presentation/DateFormat.h"
-
 #include <cstddef>
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include "core/presentation/DateFormat.h"
 
 namespace velmora {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/archive/Value.h"
-#include "core/presentation/Severity.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "core/archive/Value.h"
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

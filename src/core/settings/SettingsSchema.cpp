@@ -1,10 +1,10 @@
 #include "core/settings/SettingsSchema.h"
 
-#include "core/presentation/Severity.h"
-
 #include <algorithm>
 #include <string>
 #include <vector>
+
+#include "core/presentation/Severity.h"
 
 namespace velmora {
 

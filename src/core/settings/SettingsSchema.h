@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/archive/Value.h"
-
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "core/archive/Value.h"
 
 namespace velmora {
 

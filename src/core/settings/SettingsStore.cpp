@@ -1,13 +1,13 @@
 #include "core/settings/SettingsStore.h"
 
-#include "core/archive/KeyedArchive.h"
-
 #include <cerrno>
 #include <cstring>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "core/archive/KeyedArchive.h"
+#include "core/system/AtomicFile.h"
 
 namespace velmora {
 
@@ -15,8 +15,6 @@ namespace {
 
 constexpr std::string_view kSettingsFileName = "Velmora.ini";
 constexpr std::string_view kPipeFileName = "Velmora.set";
-// The file carries the mail password: a new settings file is readable by its owner only.
-constexpr mode_t kNewSettingsMode = 0600;
 // A real settings file is a few kilobytes; anything beyond this is not one.
 constexpr std::size_t kMaxSettingsBytes = 64 * 1024 * 1024;
 
@@ -62,38 +60,6 @@ bool writeAll(int fd, std::span<const std::uint8_t> bytes, off_t offset) {
         offset += n;
     }
     return true;
-}
-
-// Writes the whole content into a temporary file beside the target and renames it over the
-// target, so that a reader (the server) sees either the old file or the new one, never a
-// half-written one. An existing file keeps its mode and, where we may, its owner.
-Status replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> bytes) {
-    struct stat existing {};
-    const bool exists = ::stat(path.c_str(), &existing) == 0 && S_ISREG(existing.st_mode);
-
-    std::string temporary = path + ".XXXXXX";
-    FileDescriptor fd(::mkstemp(temporary.data()));
-    if (!fd.valid()) {
-        return ioError("cannot create a temporary file for", path, errno);
-    }
-    const mode_t mode = exists ? (existing.st_mode & 07777) : kNewSettingsMode;
-    if (exists) {
-        // Best effort: only root may give the file back to another owner.
-        [[maybe_unused]] const int ignored = ::fchown(fd.get(), existing.st_uid, existing.st_gid);
-    }
-    const bool written =
-        ::fchmod(fd.get(), mode) == 0 && writeAll(fd.get(), bytes, 0) && ::fsync(fd.get()) == 0;
-    const int writeError = errno;
-    if (!fd.close() || !written) {
-        ::unlink(temporary.c_str());
-        return ioError("cannot write", temporary, written ? errno : writeError);
-    }
-    if (::rename(temporary.c_str(), path.c_str()) != 0) {
-        const int renameError = errno;
-        ::unlink(temporary.c_str());
-        return ioError("cannot replace", path, renameError);
-    }
-    return {};
 }
 
 } // namespace
@@ -146,7 +112,7 @@ std::optional<Bytes> SettingsStore::readSettings() const {
 }
 
 Status SettingsStore::saveSettings(std::span<const std::uint8_t> bytes) const {
-    Status written = replaceFileAtomically(settingsPath(), bytes);
+    Status written = replaceFileAtomically(settingsPath(), bytes, NewFileMode::OwnerOnly);
     // The reload command goes out even when the settings write failed.
     [[maybe_unused]] const Status piped = setPipe(reloadCommand());
     return written;

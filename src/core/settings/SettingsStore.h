@@ -1,14 +1,14 @@
 #pragma once
 
-#include "core/Result.h"
-#include "core/archive/Value.h"
-
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "core/Result.h"
+#include "core/archive/Value.h"
 
 namespace velmora {
 

@@ -1,5 +1,3 @@
-#include "core/archive/KeyedArchive.h"
-
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -8,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "core/archive/HandMadeArchive.h"
+#include "core/archive/KeyedArchive.h"
 
 namespace velmora {
 namespace {

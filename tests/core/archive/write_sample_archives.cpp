@@ -2,8 +2,6 @@
 // check_archive_graph.py to read with an independent property-list reader. The expected
 // values are repeated there; change both together.
 
-#include "core/archive/KeyedArchive.h"
-
 #include <cstdint>
 #include <fstream>
 #include <iostream>
@@ -11,6 +9,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "core/archive/KeyedArchive.h"
 
 namespace {
 

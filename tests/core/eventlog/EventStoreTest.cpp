@@ -1,12 +1,12 @@
 #include "core/eventlog/EventStore.h"
 
-#include "core/presentation/DateFormat.h"
-
 #include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "core/presentation/DateFormat.h"
 
 namespace velmora {
 namespace {

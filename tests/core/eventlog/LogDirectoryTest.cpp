@@ -1,16 +1,15 @@
 #include "core/eventlog/LogDirectory.h"
 
-#include "core/eventlog/LogLineReader.h"
-#include "support/TempDir.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <dirent.h>
 #include <set>
 #include <string>
 #include <vector>
 
-#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include "core/eventlog/LogLineReader.h"
+#include "support/TempDir.h"
 
 namespace velmora {
 namespace {

@@ -3,17 +3,17 @@
 
 #include "loggen/LogGenerator.h"
 
+#include <charconv>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
 #include "core/eventlog/FgetsReference.h"
 #include "core/eventlog/LogDirectory.h"
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/Utf8.h"
 #include "support/TempDir.h"
-
-#include <gtest/gtest.h>
-
-#include <charconv>
-#include <set>
-#include <string>
 
 namespace velmora {
 namespace {

@@ -1,13 +1,12 @@
 #include "core/eventlog/LogLineReader.h"
 
-#include "support/TempDir.h"
+#include <string>
+#include <sys/stat.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include <sys/stat.h>
+#include "support/TempDir.h"
 
 namespace velmora {
 namespace {

@@ -1,15 +1,15 @@
 #include "core/eventlog/LogLoader.h"
 
+#include <filesystem>
+#include <random>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
 #include "core/eventlog/LogDirectory.h"
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/Utf8.h"
 #include "support/TempDir.h"
-
-#include <filesystem>
-#include <random>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace velmora {
 namespace {

@@ -3,21 +3,19 @@
 // CR-only and CR LF endings, NUL bytes, runs of separators, missing fields, bytes that are not
 // UTF-8, empty files and a last line without its line feed.
 
-#include "core/eventlog/LogLineReader.h"
-
-#include "core/eventlog/FgetsReference.h"
-
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
 #include <random>
 #include <sstream>
 #include <string>
-#include <vector>
-
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/eventlog/FgetsReference.h"
+#include "core/eventlog/LogLineReader.h"
 
 namespace velmora {
 namespace {

@@ -1,13 +1,12 @@
 #include "core/eventlog/Utf8.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <unicode/ustring.h>
 
 namespace velmora {

@@ -1,12 +1,12 @@
 #include "core/presentation/DateFormat.h"
 
-#include "core/presentation/DateFormatCache.h"
-
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 
 #include <gtest/gtest.h>
+
+#include "core/presentation/DateFormatCache.h"
 
 namespace velmora {
 namespace {

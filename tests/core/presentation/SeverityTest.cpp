@@ -1,11 +1,14 @@
 #include "core/presentation/Severity.h"
 
-#include "core/settings/SettingsSchema.h"
-
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "core/presentation/PriorityNames.h"
+#include "core/settings/SettingsSchema.h"
 
 namespace velmora {
 namespace {
@@ -170,6 +173,20 @@ TEST(Severity, NamesAgreeWithTheSettingsKeys) {
     EXPECT_EQ(severityName(Alert), "Alert");
     EXPECT_EQ(severityKeySuffix(Informational), "Information");
     EXPECT_EQ(severityName(Informational), "Informational");
+}
+
+TEST(Severity, PriorityTextsOfSyslogNumbers) {
+    const std::pair<int, std::optional<std::string>> cases[] = {
+        {0, "Kern.Emergency"}, {13, "User.Notice"},       {38, "Auth.Informational"},
+        {191, "Local7.Debug"}, {128, "Local0.Emergency"}, {-1, std::nullopt},
+        {192, std::nullopt},
+    };
+    for (const auto& [number, text] : cases) {
+        EXPECT_EQ(priorityText(number), text) << number;
+    }
+    // What the console writes is what its own rules read back.
+    EXPECT_EQ(displayedSeverity(*priorityText(191)), Severity::Debug);
+    EXPECT_EQ(displayedSeverity(*priorityText(14)), Severity::Informational);
 }
 
 } // namespace

@@ -1,13 +1,13 @@
 #include "core/settings/SettingsStore.h"
 
+#include <filesystem>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
 #include "core/archive/KeyedArchive.h"
 #include "support/FirstArchive.h"
 #include "support/TempDir.h"
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace velmora {
 namespace {

@@ -1,0 +1,82 @@
+#include "core/system/AtomicFile.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "support/TempDir.h"
+
+namespace velmora {
+namespace {
+
+using test::readFile;
+using test::TempDir;
+using test::writeFile;
+
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+mode_t modeOf(const std::filesystem::path& path) {
+    struct stat st {};
+    ::stat(path.c_str(), &st);
+    return st.st_mode & 07777;
+}
+
+class AtomicFileTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    const std::filesystem::path file = dir / "out.txt";
+
+    // Only the target is left in the directory: no temporary file stays behind.
+    void expectOnlyTarget() const {
+        int entries = 0;
+        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path())) {
+            ++entries;
+        }
+        EXPECT_EQ(entries, std::filesystem::exists(file) ? 1 : 0);
+    }
+};
+
+TEST_F(AtomicFileTest, NewFilesTakeTheAskedModeAndExistingOnesKeepTheirs) {
+    const mode_t oldMask = ::umask(027);
+    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("a"), NewFileMode::UserDefault));
+    EXPECT_EQ(modeOf(file), 0640u);
+    std::filesystem::remove(file);
+    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("a"), NewFileMode::OwnerOnly));
+    EXPECT_EQ(modeOf(file), 0600u);
+    ::umask(oldMask);
+
+    ::chmod(file.c_str(), 0644);
+    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("bb"), NewFileMode::OwnerOnly));
+    EXPECT_EQ(modeOf(file), 0644u);
+    EXPECT_EQ(readFile(file), "bb");
+    expectOnlyTarget();
+}
+
+TEST_F(AtomicFileTest, AFailedReplaceLeavesTheOldFileAndNoLeftovers) {
+    writeFile(file, "old content");
+    // A directory cannot be renamed over by a file: the write succeeds, the replace fails.
+    const std::filesystem::path directory = dir / "taken";
+    std::filesystem::create_directory(directory);
+    const Status intoDirectory =
+        replaceFileAtomically(directory.string(), bytesOf("new"), NewFileMode::UserDefault);
+    ASSERT_FALSE(intoDirectory);
+    EXPECT_EQ(intoDirectory.error().code, ErrorCode::Io);
+    EXPECT_TRUE(std::filesystem::is_directory(directory));
+
+    // A path under a regular file cannot even hold the temporary file.
+    const Status underFile =
+        replaceFileAtomically((file / "x").string(), bytesOf("new"), NewFileMode::UserDefault);
+    ASSERT_FALSE(underFile);
+    EXPECT_EQ(readFile(file), "old content");
+
+    std::filesystem::remove(directory);
+    expectOnlyTarget();
+}
+
+} // namespace
+} // namespace velmora
