@@ -17,6 +17,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev python3
   # headless GUI and bus in tests, PDF checks
   xvfb xauth dbus libglib2.0-bin poppler-utils
+  # validation of the desktop entry and the AppStream metadata; building the Debian package
+  desktop-file-utils appstream dpkg-dev
   # fuzzing and sanitizer runtimes
   clang libclang-rt-14-dev
 )

@@ -1,8 +1,10 @@
 #include "app/HelpGuide.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
 
@@ -13,6 +15,15 @@ namespace velmora {
 namespace {
 
 const QString kGuideResource = QStringLiteral(":/help/index.html");
+
+// The guide of an installation: the program lies in PREFIX/bin, the guide in the help folder
+// of PREFIX. Empty when the program runs from a build tree.
+QUrl installedGuide() {
+    const QString path =
+        QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                        QStringLiteral("/../" VELMORA_INSTALL_HELPDIR "/index.html"));
+    return QFileInfo::exists(path) ? QUrl::fromLocalFile(path) : QUrl();
+}
 
 } // namespace
 
@@ -34,7 +45,10 @@ QUrl HelpGuide::writeLocalCopy() {
 }
 
 bool HelpGuide::open() {
-    const QUrl guide = writeLocalCopy();
+    QUrl guide = installedGuide();
+    if (guide.isEmpty()) {
+        guide = writeLocalCopy();
+    }
     return !guide.isEmpty() && QDesktopServices::openUrl(guide);
 }
 

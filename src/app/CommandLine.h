@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include <QString>
+#include <QStringList>
+
+namespace velmora {
+
+// What the console starts with.
+struct StartOptions {
+    std::string dataDirectory;
+    bool quitAfterStart = false; // for the smoke test: leave as soon as the window is shown
+};
+
+// The console does not start: it prints `text` (help, version or an error) and exits.
+struct EarlyExit {
+    int status = 0;
+    QString text;
+    bool toStandardError = false;
+};
+
+// Reads the console's command line (`arguments` without the program name) before any window
+// exists, so that --help, --version and a bad option work without a display. The data
+// directory is the option's, else the environment variable's, else the server's default; one
+// that is not an existing directory is an error, not an empty window. The toolkit's own
+// options (-platform NAME, -style NAME, ...) are let through for the application to take.
+std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& arguments,
+                                                      const char* dataDirectoryVariable);
+
+} // namespace velmora
