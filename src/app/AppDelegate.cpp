@@ -34,6 +34,10 @@ void AppDelegate::setWindowController(WindowController* window) {
     m_window = window;
 }
 
+WindowController* AppDelegate::windowController() const {
+    return m_window;
+}
+
 void AppDelegate::populateApplicationMenu(QMenuBar& menuBar) {
     struct Command {
         const char* text;

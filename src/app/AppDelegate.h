@@ -42,7 +42,7 @@ public:
     Status setPipe(std::span<const std::uint8_t> bytes) const;
 
     void setWindowController(WindowController* window);
-    WindowController* windowController() const { return m_window; }
+    WindowController* windowController() const;
     // Adds the application menu ("Velmora") to a window's menu bar.
     void populateApplicationMenu(QMenuBar& menuBar);
 
