@@ -1,0 +1,29 @@
+#include "actions/ActionCommand.h"
+
+#include <QAbstractButton>
+#include <QShowEvent>
+
+namespace velmora {
+
+ActionCommand::ActionCommand(Dictionary& command, QAbstractButton& checkBox, QWidget* parent)
+    : QDialog(parent)
+    , m_command(command)
+    , m_checkBox(checkBox) {}
+
+void ActionCommand::onCancel() {
+    reject();
+}
+
+void ActionCommand::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (!event->spontaneous()) {
+        viewWillAppear();
+    }
+}
+
+void ActionCommand::done(int result) {
+    m_checkBox.setChecked(!m_command.empty());
+    QDialog::done(result);
+}
+
+} // namespace velmora

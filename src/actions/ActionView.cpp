@@ -1,0 +1,195 @@
+#include "actions/ActionView.h"
+
+#include <utility>
+
+#include <QShowEvent>
+
+#include "actions/ActionCommandEmail.h"
+#include "actions/ActionCommandEvent.h"
+#include "actions/ActionCommandRun.h"
+#include "actions/ComboSelection.h"
+#include "app/FocusHolder.h"
+#include "app/PriorityItems.h"
+#include "ui_ActionView.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kRunCommand = "runCommand";
+constexpr const char* kSendEmail = "sendEmail";
+constexpr const char* kSetEvent = "setEvent";
+
+QString text(const Dictionary& action, std::string_view key) {
+    return QString::fromStdString(action.string(key));
+}
+
+} // namespace
+
+ActionView::ActionView(std::optional<Dictionary> editing, QWidget* parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::ActionView>())
+    , m_editing(std::move(editing)) {
+    m_ui->setupUi(this);
+    makeFocusHolder(*m_ui->actionBlank);
+    fillFacilityItems(*m_ui->actionFacility);
+    fillSeverityItems(*m_ui->actionSeverity);
+    for (ActionViewLink* link :
+         {m_ui->actionRunText, m_ui->actionEmailText, m_ui->actionEventText}) {
+        link->showAsLink();
+    }
+    connect(m_ui->anyHost, &QPushButton::clicked, this, &ActionView::anyHost);
+    connect(m_ui->anyFacility, &QPushButton::clicked, this, &ActionView::anyFacility);
+    connect(m_ui->anySeverity, &QPushButton::clicked, this, &ActionView::anySeverity);
+    connect(m_ui->anyMessage, &QPushButton::clicked, this, &ActionView::anyMessage);
+    for (const Command command : {Command::Run, Command::Email, Command::Event}) {
+        connectCommand(command);
+    }
+    connect(m_ui->saveButton, &QPushButton::clicked, this, &ActionView::onSave);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &ActionView::onCancel);
+}
+
+ActionView::~ActionView() = default;
+
+void ActionView::connectCommand(Command command) {
+    connect(&checkBox(command), &QCheckBox::clicked, this,
+            [this, command] { commandSwitched(command); });
+    ActionViewLink* link = command == Command::Run     ? m_ui->actionRunText
+                           : command == Command::Email ? m_ui->actionEmailText
+                                                       : m_ui->actionEventText;
+    connect(link, &QPushButton::clicked, this, [this, command] { openCommand(command); });
+}
+
+void ActionView::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (!event->spontaneous()) {
+        viewWillAppear();
+    }
+}
+
+void ActionView::viewWillAppear() {
+    if (m_editing) {
+        showAction(*m_editing);
+    } else {
+        showNewAction();
+    }
+    for (const Command command : {Command::Run, Command::Email, Command::Event}) {
+        checkBox(command).setChecked(!subRecord(command).empty());
+    }
+    m_ui->actionBlank->setFocus();
+}
+
+void ActionView::showNewAction() {
+    m_runCommand.clear();
+    m_sendEmail.clear();
+    m_setEvent.clear();
+    m_ui->actionName->setText(tr("New Action"));
+    anyHost();
+    anyMessage();
+    anyFacility();
+    anySeverity();
+}
+
+void ActionView::showAction(const Dictionary& action) {
+    m_ui->actionName->setEnabled(false);
+    m_ui->actionName->setText(text(action, "Name"));
+    m_ui->actionIP->setText(text(action, "IP"));
+    m_ui->actionMessage->setText(text(action, "Message"));
+    // The mask shows as a whole number, whatever text was stored.
+    const Value* mask = action.find("Mask");
+    m_ui->actionMask->setText(QString::number(mask ? mask->toInteger() : 0));
+    selectStoredText(*m_ui->actionFacility, text(action, "Facility"));
+    selectStoredText(*m_ui->actionSeverity, text(action, "Severity"));
+    m_runCommand = action.dictionary(kRunCommand);
+    m_sendEmail = action.dictionary(kSendEmail);
+    m_setEvent = action.dictionary(kSetEvent);
+}
+
+Dictionary& ActionView::subRecord(Command command) {
+    switch (command) {
+    case Command::Run:
+        return m_runCommand;
+    case Command::Email:
+        return m_sendEmail;
+    case Command::Event:
+        break;
+    }
+    return m_setEvent;
+}
+
+QCheckBox& ActionView::checkBox(Command command) {
+    switch (command) {
+    case Command::Run:
+        return *m_ui->actionRun;
+    case Command::Email:
+        return *m_ui->actionEmail;
+    case Command::Event:
+        break;
+    }
+    return *m_ui->actionEvent;
+}
+
+void ActionView::anyHost() {
+    m_ui->actionIP->setText(QStringLiteral("0.0.0.0"));
+    m_ui->actionMask->setText(QStringLiteral("0"));
+}
+
+void ActionView::anyFacility() {
+    m_ui->actionFacility->setCurrentIndex(0);
+}
+
+void ActionView::anySeverity() {
+    m_ui->actionSeverity->setCurrentIndex(0);
+}
+
+void ActionView::anyMessage() {
+    m_ui->actionMessage->setText(QStringLiteral("*"));
+}
+
+void ActionView::commandSwitched(Command command) {
+    if (checkBox(command).isChecked()) {
+        // The command's sheet decides: when it closes, the box shows whether anything is stored.
+        openCommand(command);
+    } else {
+        subRecord(command).clear();
+    }
+}
+
+void ActionView::openCommand(Command command) {
+    QDialog* sheet = nullptr;
+    switch (command) {
+    case Command::Run:
+        sheet = new ActionCommandRun(m_runCommand, *m_ui->actionRun, this);
+        break;
+    case Command::Email:
+        sheet = new ActionCommandEmail(m_sendEmail, *m_ui->actionEmail, this);
+        break;
+    case Command::Event:
+        sheet = new ActionCommandEvent(m_setEvent, *m_ui->actionEvent, this);
+        break;
+    }
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->open();
+}
+
+void ActionView::onSave() {
+    Dictionary action{
+        {"Name", m_ui->actionName->text().toStdString()},
+        {"IP", m_ui->actionIP->text().toStdString()},
+        {"Message", m_ui->actionMessage->text().toStdString()},
+        {"Mask", m_ui->actionMask->text().toStdString()},
+        {"Facility", m_ui->actionFacility->currentText().toStdString()},
+        {"Severity", m_ui->actionSeverity->currentText().toStdString()},
+        {kRunCommand, m_runCommand},
+        {kSendEmail, m_sendEmail},
+        {kSetEvent, m_setEvent},
+    };
+    emit actionSaved(action);
+    accept();
+}
+
+void ActionView::onCancel() {
+    reject();
+}
+
+} // namespace velmora
