@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/archive/KeyedArchive.h"
-#include "core/settings/SettingsSchema.h"
-
 namespace velmora {
 namespace {
 
@@ -44,11 +41,6 @@ TEST(EmailTestRequest, DefaultTemplatesGiveTheTestMail) {
     const Dictionary built = request(settings).dictionary();
     EXPECT_EQ(built, expected);
     EXPECT_EQ(keysOf(built), keysOf(expected));
-    // The archive carries the same entries in the same order.
-    const Result<Dictionary> decoded = keyed_archive::decodeDictionary(request(settings).archive());
-    ASSERT_TRUE(decoded.ok());
-    EXPECT_EQ(keysOf(*decoded), keysOf(expected));
-    EXPECT_EQ(*decoded, expected);
 }
 
 // The entries stop at the first missing template; the no-file defaults do not apply.
@@ -96,19 +88,6 @@ TEST(EmailTestRequest, PlaceholdersAreReplacedInOrder) {
     for (const Case& c : cases) {
         EXPECT_EQ(request(Dictionary{}, c.displayFormat).fill(c.text), c.filled) << c.text;
     }
-}
-
-TEST(EmailTestRequest, SchemaDefaultsFillToTheDocumentedMail) {
-    // The templates the format page saves on a first run.
-    Dictionary settings;
-    for (const char* key : {"actionsFormatSubject", "actionsFormatBody"}) {
-        settings.set(key, readSetting(std::nullopt, *findSettingKey(key)));
-    }
-    const EmailTestRequest built = request(settings, "dd.MM.yyyy");
-    EXPECT_EQ(built.date(), "14.11.2023");
-    EXPECT_EQ(built.subject(), "Kestrix Velmora - Test message");
-    EXPECT_EQ(built.body(), "Date:14.11.2023\r\nPriority:Local7.Debug\r\nHost:127.0.0.1\r\n"
-                            "Message:Kestrix Velmora - Test message\r\n");
 }
 
 } // namespace
