@@ -4,6 +4,9 @@
 
 #include <QStringList>
 
+#include "actions/ActionRecord.h"
+#include "tools/FilterRecord.h"
+
 namespace velmora {
 
 namespace {
@@ -14,13 +17,13 @@ QString text(const Dictionary& action, std::string_view key) {
 
 QString commandsText(const Dictionary& action) {
     QStringList commands;
-    if (!action.dictionary("runCommand").empty()) {
+    if (!action.dictionary(action_record::kRunCommand).empty()) {
         commands << ActionListModel::tr("Run");
     }
-    if (!action.dictionary("sendEmail").empty()) {
+    if (!action.dictionary(action_record::kSendEmail).empty()) {
         commands << ActionListModel::tr("E-mail");
     }
-    if (!action.dictionary("setEvent").empty()) {
+    if (!action.dictionary(action_record::kSetEvent).empty()) {
         commands << ActionListModel::tr("Event");
     }
     return commands.join(QStringLiteral(", "));
@@ -50,15 +53,16 @@ QVariant ActionListModel::data(const QModelIndex& index, int role) const {
 QString ActionListModel::displayText(const Dictionary& action, int column) const {
     switch (column) {
     case NameColumn:
-        return text(action, "Name");
+        return text(action, filter_record::kName);
     case HostColumn:
-        return text(action, "IP") + QLatin1Char('/') + text(action, "Mask");
+        return text(action, filter_record::kIP) + QLatin1Char('/') +
+               text(action, filter_record::kMask);
     case FacilityColumn:
-        return text(action, "Facility");
+        return text(action, filter_record::kFacility);
     case SeverityColumn:
-        return text(action, "Severity");
+        return text(action, filter_record::kSeverity);
     case MessageColumn:
-        return text(action, "Message");
+        return text(action, filter_record::kMessage);
     case CommandsColumn:
         return commandsText(action);
     default:

@@ -7,21 +7,27 @@
 #include "actions/ActionCommandEmail.h"
 #include "actions/ActionCommandEvent.h"
 #include "actions/ActionCommandRun.h"
+#include "actions/ActionRecord.h"
 #include "actions/ComboSelection.h"
 #include "app/FocusHolder.h"
 #include "app/PriorityItems.h"
+#include "tools/FilterRecord.h"
 #include "ui_ActionView.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr const char* kRunCommand = "runCommand";
-constexpr const char* kSendEmail = "sendEmail";
-constexpr const char* kSetEvent = "setEvent";
-
 QString text(const Dictionary& action, std::string_view key) {
     return QString::fromStdString(action.string(key));
+}
+
+QString text(std::string_view s) {
+    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+std::string field(const QString& s) {
+    return s.toStdString();
 }
 
 } // namespace
@@ -92,17 +98,17 @@ void ActionView::showNewAction() {
 
 void ActionView::showAction(const Dictionary& action) {
     m_ui->actionName->setEnabled(false);
-    m_ui->actionName->setText(text(action, "Name"));
-    m_ui->actionIP->setText(text(action, "IP"));
-    m_ui->actionMessage->setText(text(action, "Message"));
+    m_ui->actionName->setText(text(action, filter_record::kName));
+    m_ui->actionIP->setText(text(action, filter_record::kIP));
+    m_ui->actionMessage->setText(text(action, filter_record::kMessage));
     // The mask shows as a whole number, whatever text was stored.
-    const Value* mask = action.find("Mask");
+    const Value* mask = action.find(filter_record::kMask);
     m_ui->actionMask->setText(QString::number(mask ? mask->toInteger() : 0));
-    selectStoredText(*m_ui->actionFacility, text(action, "Facility"));
-    selectStoredText(*m_ui->actionSeverity, text(action, "Severity"));
-    m_runCommand = action.dictionary(kRunCommand);
-    m_sendEmail = action.dictionary(kSendEmail);
-    m_setEvent = action.dictionary(kSetEvent);
+    selectStoredText(*m_ui->actionFacility, text(action, filter_record::kFacility));
+    selectStoredText(*m_ui->actionSeverity, text(action, filter_record::kSeverity));
+    m_runCommand = action.dictionary(action_record::kRunCommand);
+    m_sendEmail = action.dictionary(action_record::kSendEmail);
+    m_setEvent = action.dictionary(action_record::kSetEvent);
 }
 
 Dictionary& ActionView::subRecord(Command command) {
@@ -130,8 +136,8 @@ QCheckBox& ActionView::checkBox(Command command) {
 }
 
 void ActionView::anyHost() {
-    m_ui->actionIP->setText(QStringLiteral("0.0.0.0"));
-    m_ui->actionMask->setText(QStringLiteral("0"));
+    m_ui->actionIP->setText(text(filter_record::kAnyIP));
+    m_ui->actionMask->setText(text(filter_record::kAnyMask));
 }
 
 void ActionView::anyFacility() {
@@ -143,7 +149,7 @@ void ActionView::anySeverity() {
 }
 
 void ActionView::anyMessage() {
-    m_ui->actionMessage->setText(QStringLiteral("*"));
+    m_ui->actionMessage->setText(text(filter_record::kAnyMessage));
 }
 
 void ActionView::commandSwitched(Command command) {
@@ -173,17 +179,16 @@ void ActionView::openCommand(Command command) {
 }
 
 void ActionView::onSave() {
-    Dictionary action{
-        {"Name", m_ui->actionName->text().toStdString()},
-        {"IP", m_ui->actionIP->text().toStdString()},
-        {"Message", m_ui->actionMessage->text().toStdString()},
-        {"Mask", m_ui->actionMask->text().toStdString()},
-        {"Facility", m_ui->actionFacility->currentText().toStdString()},
-        {"Severity", m_ui->actionSeverity->currentText().toStdString()},
-        {kRunCommand, m_runCommand},
-        {kSendEmail, m_sendEmail},
-        {kSetEvent, m_setEvent},
-    };
+    Dictionary action;
+    action.set(std::string(filter_record::kName), field(m_ui->actionName->text()));
+    action.set(std::string(filter_record::kIP), field(m_ui->actionIP->text()));
+    action.set(std::string(filter_record::kMessage), field(m_ui->actionMessage->text()));
+    action.set(std::string(filter_record::kMask), field(m_ui->actionMask->text()));
+    action.set(std::string(filter_record::kFacility), field(m_ui->actionFacility->currentText()));
+    action.set(std::string(filter_record::kSeverity), field(m_ui->actionSeverity->currentText()));
+    action.set(std::string(action_record::kRunCommand), m_runCommand);
+    action.set(std::string(action_record::kSendEmail), m_sendEmail);
+    action.set(std::string(action_record::kSetEvent), m_setEvent);
     emit actionSaved(action);
     accept();
 }
