@@ -27,6 +27,9 @@ Commands:
                              first: tab-separated, or one JSON object a line; dates in the
                              configured format (time zone from TZ), or as read
   counts                     print the events of each severity as one JSON object
+  status                     print as one JSON object what the console's Home page shows:
+                             whether the server runs, whether actions and export are set up,
+                             the events of each severity and the overall level
 
 Options:
   --data-dir DIR             the data directory
@@ -43,6 +46,7 @@ const std::map<std::string, Verb, std::less<>>& verbs() {
         {"settings", settingsCommand},
         {"events", eventsCommand},
         {"counts", countsCommand},
+        {"status", statusCommand},
     };
     return table;
 }

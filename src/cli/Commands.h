@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "cli/Cli.h"
+#include "cli/JsonValue.h"
+#include "core/eventlog/SeverityCounters.h"
 #include "core/settings/SettingsStore.h"
 
 namespace velmora::cli {
@@ -23,5 +25,9 @@ struct Context {
 int settingsCommand(const Context& context);
 int eventsCommand(const Context& context);
 int countsCommand(const Context& context);
+int statusCommand(const Context& context);
+
+// The events of each severity, keyed by the popup option titles ("Alert", "Information").
+Json severityCounts(const SeverityCounters& counters);
 
 } // namespace velmora::cli

@@ -122,12 +122,16 @@ int countsCommand(const Context& context) {
         return context.fail(kExitUsage, "usage: counts");
     }
     auto list = loadList(context);
+    context.out() << dumpJson(severityCounts(list->store.counters())) << '\n';
+    return kExitOk;
+}
+
+Json severityCounts(const SeverityCounters& counters) {
     Json counts = Json::object();
     for (const Severity severity : kAllSeverities) {
-        counts[std::string(popupOptionTitle(severity))] = list->store.counters()[severity];
+        counts[std::string(popupOptionTitle(severity))] = counters[severity];
     }
-    context.out() << dumpJson(counts) << '\n';
-    return kExitOk;
+    return counts;
 }
 
 } // namespace velmora::cli

@@ -7,6 +7,7 @@
 #include "cli/JsonValue.h"
 #include "core/archive/KeyedArchive.h"
 #include "core/settings/SettingsStore.h"
+#include "core/system/ProcessTable.h"
 #include "support/TempDir.h"
 
 namespace velmora {
@@ -145,6 +146,48 @@ TEST_F(VelmoractlTest, ADamagedSettingsFileIsReportedAndNeverOverwrittenBySet) {
     EXPECT_EQ(run({"settings", "dump"}).status, 1);
     EXPECT_EQ(run({"settings", "set", "popupEvents", "1"}).status, 1);
     EXPECT_EQ(test::readFile(ini()), "not an archive");
+}
+
+TEST_F(VelmoractlTest, StatusSumsUpWhatTheHomePageShows) {
+    writeFile(dir / "events.log", "1700000000,Kern.Warning,10.0.0.1,disk\n"
+                                  "1700000001,Error.Alert,10.0.0.1,twice counted\n"
+                                  "1700000002,Foo.Bar,10.0.0.2,unknown\n");
+    // A file without the other levels reads them as 0: only the Warning raises the level.
+    const Dictionary action{{"Name", "Idle"}, {"runCommand", Dictionary{}}};
+    ASSERT_TRUE(SettingsStore(dir.str())
+                    .saveDictionary(Dictionary{{"severityWarning", 1},
+                                               {"actionsArray", Array{action}},
+                                               {"textInterval", 0},
+                                               {"databaseInterval", 5}})
+                    .ok());
+
+    const Outcome outcome = run({"status"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    cli::Json status = cli::parseJson(outcome.out).value();
+    const bool running = isProcessRunning("VelmoraSrv");
+    EXPECT_EQ(status["server"],
+              cli::Json::parse(running ? R"({"running":true,"status":"Running"})"
+                                       : R"({"running":false,"status":"Stopped"})"));
+    status.erase("server");
+    EXPECT_EQ(status, cli::Json::parse(R"({
+      "actions": {"enabled": true, "status": "Actions enabled"},
+      "export": {"enabled": true, "status": "Export enabled"},
+      "level": {"value": 1, "name": "Moderate", "sentence": "Review potentialy unwanted events."},
+      "counts": {"Emergency": 0, "Alert": 1, "Critical": 0, "Error": 1, "Warning": 1,
+                 "Notice": 0, "Information": 0, "Debug": 0, "Unknown": 1}})"))
+        << outcome.out;
+}
+
+TEST_F(VelmoractlTest, StatusWithoutSettingsUsesTheDefaultLevels) {
+    writeFile(dir / "events.log", "1700000000,Kern.Critical,10.0.0.1,fan\n");
+    const Outcome outcome = run({"status"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const cli::Json status = cli::parseJson(outcome.out).value();
+    EXPECT_EQ(status["actions"]["status"], "Do not use actions");
+    EXPECT_EQ(status["export"]["status"], "Do not use export");
+    EXPECT_EQ(status["level"]["name"], "Severe");
+    EXPECT_EQ(status["level"]["sentence"], "Review harmful or potentialy unwanted events.");
+    EXPECT_EQ(run({"status", "--all"}).status, 2);
 }
 
 TEST_F(VelmoractlTest, DataDirectoryFromTheEnvironmentAndHelp) {
