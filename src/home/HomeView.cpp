@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include <QIcon>
 #include <QLabel>
 #include <QShowEvent>
 
@@ -51,9 +52,6 @@ HomeView::HomeView(AppDelegate& delegate, QWidget* parent)
     QPalette white = palette();
     white.setColor(QPalette::Window, Qt::white);
     setPalette(white);
-    for (const Level level : {Level::Normal, Level::Moderate, Level::Severe}) {
-        m_levelImages[static_cast<std::size_t>(level)] = QIcon(lookOf(level).image);
-    }
     m_counts = {m_ui->eventsEmergency,   m_ui->eventsAlerting, m_ui->eventsCritical,
                 m_ui->eventsError,       m_ui->eventsWarning,  m_ui->eventsNotice,
                 m_ui->eventsInformation, m_ui->eventsDebug,    m_ui->eventsUnknown};
@@ -118,17 +116,18 @@ void HomeView::displayEventsStatus() {
 }
 
 void HomeView::displayLevel(Level level) {
-    const LevelLook& look = lookOf(level);
-    if (m_displayedLevel != level) {
-        m_displayedLevel = level;
-        m_ui->eventsBox->setBorderColor(look.box);
-        m_ui->eventsInnerBox->setBorderColor(look.innerBox);
-        m_ui->eventsTitle->setText(toQString(overallLevelSentence(level)));
-        m_ui->eventsImage->setPixmap(m_levelImages[static_cast<std::size_t>(level)].pixmap(
-            m_ui->eventsImage->size(), devicePixelRatioF()));
-        m_ui->eventsImage->setAccessibleName(toQString(levelImageName(level)));
+    if (m_displayedLevel == level) {
+        return;
     }
+    m_displayedLevel = level;
+    const LevelLook& look = lookOf(level);
+    m_ui->eventsBox->setBorderColor(look.box);
+    m_ui->eventsInnerBox->setBorderColor(look.innerBox);
     m_ui->eventsBar->setStartColor(look.barStart);
+    m_ui->eventsTitle->setText(toQString(overallLevelSentence(level)));
+    m_ui->eventsImage->setPixmap(
+        QIcon(look.image).pixmap(m_ui->eventsImage->size(), devicePixelRatioF()));
+    m_ui->eventsImage->setAccessibleName(toQString(levelImageName(level)));
 }
 
 void HomeView::setActionsStatus() {

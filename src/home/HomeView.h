@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 
-#include <QIcon>
 #include <QWidget>
 
 #include "core/presentation/Severity.h"
@@ -50,8 +49,7 @@ private:
     AppDelegate& m_delegate;
     Level m_severityStatus = Level::Normal;
     bool m_eventsDisplayPending = false;
-    std::optional<Level> m_displayedLevel;
-    std::array<QIcon, 3> m_levelImages;
+    std::optional<Level> m_displayedLevel;          // what the frames, bar, sentence and image show
     std::array<QLabel*, kSeverityCount> m_counts{}; // eventsEmergency ... eventsUnknown
 
     void fixCountSizes();

@@ -6,7 +6,7 @@
 namespace velmora {
 
 // The dashboard's bar: a left-to-right gradient over its whole area from the colour of the
-// overall level to white. The dashboard gives it the colour on every refresh.
+// overall level to white. The dashboard sets the colour whenever the level changes.
 class HomeViewBar : public QWidget {
     Q_OBJECT
 
@@ -14,7 +14,6 @@ public:
     explicit HomeViewBar(QWidget* parent = nullptr);
 
     QColor startColor() const { return m_startColor; }
-    // Sets the colour and asks for a repaint, which the window system coalesces.
     void setStartColor(const QColor& color);
 
 protected:
