@@ -18,6 +18,13 @@ cmake -S . -B "$build/core-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 cmake --build "$build/core-asan"
 ASAN_OPTIONS=detect_leaks=1 ctest --test-dir "$build/core-asan" --output-on-failure -j"$jobs"
 
+# The popup queue is the one piece shared between two threads: its tests under ThreadSanitizer.
+step "popup queue with TSan"
+cmake -S . -B "$build/core-tsan" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+    -DVELMORA_BUILD_GUI=OFF -DVELMORA_BUILD_BENCH=OFF -DVELMORA_SANITIZE=thread
+cmake --build "$build/core-tsan" --target test_popup_queue
+TSAN_OPTIONS=halt_on_error=1 ctest --test-dir "$build/core-tsan" -R '^Popup' --output-on-failure
+
 # Everything, the GUI tests offscreen on a private D-Bus session.
 step "full build"
 cmake -S . -B "$build/full" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
