@@ -4,5 +4,7 @@ namespace velmora {
 
 Q_LOGGING_CATEGORY(lcApp, "velmora.app", QtWarningMsg)
 Q_LOGGING_CATEGORY(lcScan, "velmora.scan", QtWarningMsg)
+Q_LOGGING_CATEGORY(lcPopup, "velmora.popup", QtWarningMsg)
+Q_LOGGING_CATEGORY(lcNotify, "velmora.notify", QtWarningMsg)
 
 } // namespace velmora

@@ -8,5 +8,7 @@ namespace velmora {
 // QT_LOGGING_RULES="velmora.*.debug=true".
 Q_DECLARE_LOGGING_CATEGORY(lcApp)
 Q_DECLARE_LOGGING_CATEGORY(lcScan)
+Q_DECLARE_LOGGING_CATEGORY(lcPopup)
+Q_DECLARE_LOGGING_CATEGORY(lcNotify)
 
 } // namespace velmora

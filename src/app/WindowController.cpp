@@ -6,6 +6,7 @@
 
 #include <QButtonGroup>
 #include <QCursor>
+#include <QDBusConnection>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QMenu>
@@ -17,9 +18,12 @@
 #include "app/AppDelegate.h"
 #include "app/HelpGuide.h"
 #include "app/Logging.h"
+#include "app/NotificationObserver.h"
+#include "core/eventlog/LiveNotification.h"
 #include "core/eventlog/LogLoader.h"
 #include "core/settings/RuntimeSettings.h"
 #include "home/HomeView.h"
+#include "popup/PopupThread.h"
 #include "reports/ReportsView.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanView.h"
@@ -170,6 +174,24 @@ void WindowController::removeNotification(const EventFields& record) {
     m_scan->removeEvent(record);
 }
 
+void WindowController::syslogNotify(const Dictionary& userInformation) {
+    LiveNotification notification = readLiveNotification(userInformation);
+    switch (notification.type) {
+    case NotificationType::Set: {
+        const EventId event = setNotification(notification.fields, std::move(notification.extras));
+        if (m_delegate.runtime().queuesPopups()) {
+            m_popupThread->append(event, notification.fields.priority.value_or(""));
+        }
+        break;
+    }
+    case NotificationType::Remove:
+        removeNotification(notification.fields);
+        break;
+    case NotificationType::Other:
+        break;
+    }
+}
+
 void WindowController::windowDidLoad() {
     initializeLog();
     sizeToMinimumAndCentre();
@@ -200,14 +222,23 @@ void WindowController::sizeToMinimumAndCentre() {
 }
 
 void WindowController::startPopupQueue() {
-    // The popup queue (PopupThread) is created here, once, and its loop started on a thread of
-    // its own. Until it exists no new event is handed to a popup or a sound.
+    m_popupThread =
+        std::make_unique<PopupThread>(m_delegate.eventStore(), m_delegate.runtime(), this);
+    m_popupThread->start();
 }
 
 void WindowController::registerNotificationObserver() {
-    // The server's "Velmora" notifications are subscribed to here, last, so that no event
-    // arrives before the list is loaded and the popup queue runs. Until then only the log files
-    // feed the list.
+    // Last: no event arrives before the list is loaded and the popup queue runs. Until now only
+    // the log files fed the list. The server may post on the session bus or, running as a
+    // system service, on the system bus.
+    m_observer = new NotificationObserver(
+        [this](const Dictionary& userInformation) { syslogNotify(userInformation); }, this);
+    if (!m_observer->observe(QDBusConnection::sessionBus())) {
+        qCWarning(lcApp) << "no session bus: new events show only after a restart";
+    }
+    if (QDBusConnection system = QDBusConnection::systemBus(); system.isConnected()) {
+        m_observer->observe(system);
+    }
 }
 
 } // namespace velmora

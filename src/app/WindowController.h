@@ -20,6 +20,8 @@ namespace velmora {
 
 class AppDelegate;
 class HomeView;
+class NotificationObserver;
+class PopupThread;
 class ReportsView;
 class ScanView;
 class ToolsView;
@@ -45,6 +47,11 @@ public:
     EventId setNotification(const EventFields& record, Dictionary extras = {});
     // An event the server removed (removeNotification:): the events page drops its row.
     void removeNotification(const EventFields& record);
+    // One server notification's user information (syslogNotify:): a "Set" enters the list and,
+    // when popups or a popup sound are on, the popup queue; a "Remove" removes its row.
+    void syslogNotify(const Dictionary& userInformation);
+
+    PopupThread& popupThread() const { return *m_popupThread; }
 
     // The help drop-down, built anew each time; exposed for the title bar's button and tests.
     QMenu* buildHelpMenu();
@@ -75,6 +82,9 @@ private:
     ToolsViewOptions* m_options = nullptr;
     ToolsViewActions* m_actions = nullptr;
     ToolsViewExport* m_export = nullptr;
+    NotificationObserver* m_observer = nullptr;
+    // Last, so that its thread ends and its popup closes before the pages go.
+    std::unique_ptr<PopupThread> m_popupThread;
 
     void buildPages();
     void connectNavigation();
