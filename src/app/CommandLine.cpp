@@ -65,9 +65,15 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
             .arg(fromView(kDataDirectoryVariable), fromView(kDefaultDataDirectory)),
         QStringLiteral("DIR"));
     QCommandLineOption quitAfterStart(QStringLiteral("quit-after-start"));
-    quitAfterStart.setFlags(QCommandLineOption::HiddenFromHelp);
+    QCommandLineOption debugDump(QStringLiteral("debug-dump"), QString(), QStringLiteral("FILE"));
+    QCommandLineOption screenshots(QStringLiteral("screenshots"), QString(), QStringLiteral("DIR"));
+    for (QCommandLineOption* hidden : {&quitAfterStart, &debugDump, &screenshots}) {
+        hidden->setFlags(QCommandLineOption::HiddenFromHelp);
+    }
     parser.addOption(dataDirectory);
     parser.addOption(quitAfterStart);
+    parser.addOption(debugDump);
+    parser.addOption(screenshots);
     addToolkitOptions(parser);
 
     if (!parser.parse(QStringList{QStringLiteral("velmora")} + arguments)) {
@@ -98,6 +104,8 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     options.dataDirectory =
         resolveDataDirectory(parser.value(dataDirectory).toStdString(), dataDirectoryVariable);
     options.quitAfterStart = parser.isSet(quitAfterStart);
+    options.debugDump = parser.value(debugDump);
+    options.screenshots = parser.value(screenshots);
     std::error_code error;
     if (!std::filesystem::is_directory(options.dataDirectory, error)) {
         return EarlyExit{

@@ -4,14 +4,23 @@
 #include <variant>
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDir>
 #include <QIcon>
+#include <QLoggingCategory>
 #include <QTimer>
 
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/EventDump.h"
+#include "app/PageScreenshots.h"
 #include "app/WindowController.h"
 #include "core/Version.h"
 #include "core/settings/SettingsStore.h"
+#include "popup/PopupSound.h"
+#include "scan/EventTableModel.h"
+#include "scan/ScanView.h"
 
 namespace {
 
@@ -35,6 +44,10 @@ int main(int argc, char* argv[]) {
     }
     const auto& options = std::get<velmora::StartOptions>(command);
 
+    velmora::PopupSound::preferSelfContainedBackend();
+    // The media backend writes its own chatter as plain debug output; QT_LOGGING_RULES still
+    // brings it back.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Velmora"));
     QApplication::setApplicationVersion(QString::fromLatin1(velmora::kVersion));
@@ -45,6 +58,19 @@ int main(int argc, char* argv[]) {
     velmora::WindowController window(delegate);
     delegate.setWindowController(&window);
     window.show();
+    if (!options.debugDump.isEmpty()) {
+        // A round trip on the bus first: once the first dump exists, the bus has the console's
+        // subscription, and a test may post.
+        QDBusConnection::sessionBus().interface()->serviceOwner(
+            QStringLiteral("org.freedesktop.DBus"));
+        auto* dump = new velmora::EventDump(window.scanView().model(), options.debugDump, &window);
+        dump->write();
+    }
+    if (!options.screenshots.isEmpty()) {
+        constexpr int kLiveEventsMs = 2500;
+        auto* pictures = new velmora::PageScreenshots(window, QDir(options.screenshots), &window);
+        pictures->start(kLiveEventsMs);
+    }
     if (options.quitAfterStart) {
         QTimer::singleShot(0, &app, &QCoreApplication::quit);
     }
