@@ -13,6 +13,9 @@ packages=(
   # GUI: widgets, D-Bus, printing, sound, SVG
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev qt6-svg-dev libqt6svg6
   qt6-qpa-plugins
+  # the popup sound: Qt Multimedia's GStreamer backend with the WAV, Ogg and FLAC decoders
+  # (base, good) and the AIFF demuxer (libav)
+  gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3
   # headless GUI and bus in tests, PDF checks

@@ -8,7 +8,6 @@
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QIcon>
-#include <QLoggingCategory>
 #include <QTimer>
 
 #include "app/AppDelegate.h"
@@ -18,7 +17,6 @@
 #include "app/WindowController.h"
 #include "core/Version.h"
 #include "core/settings/SettingsStore.h"
-#include "popup/PopupSound.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanView.h"
 
@@ -44,10 +42,6 @@ int main(int argc, char* argv[]) {
     }
     const auto& options = std::get<velmora::StartOptions>(command);
 
-    velmora::PopupSound::preferSelfContainedBackend();
-    // The media backend writes its own chatter as plain debug output; QT_LOGGING_RULES still
-    // brings it back.
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Velmora"));
     QApplication::setApplicationVersion(QString::fromLatin1(velmora::kVersion));

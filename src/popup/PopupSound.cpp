@@ -27,18 +27,12 @@ constexpr int kUnknownLengthMs = 30'000;
 PopupSound::PopupSound(QObject* parent)
     : QObject(parent) {}
 
-void PopupSound::preferSelfContainedBackend() {
-    if (qEnvironmentVariableIsEmpty("QT_MEDIA_BACKEND")) {
-        qputenv("QT_MEDIA_BACKEND", "ffmpeg");
-    }
-}
-
 int PopupSound::playing() const {
     return static_cast<int>(findChildren<QMediaPlayer*>(Qt::FindDirectChildrenOnly).size());
 }
 
 void PopupSound::play(const QString& path) {
-    if (!QFileInfo(path).isFile()) {
+    if (const QFileInfo file(path); !file.isFile() || file.size() == 0) {
         qCDebug(lcPopup) << "no sound file" << path;
         emit failed(path);
         return;

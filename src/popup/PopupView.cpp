@@ -180,6 +180,7 @@ void PopupView::setDetails() {
 void PopupView::popupAbout() {
     auto* details = new ScanViewEvent(m_event, m_detailsOwner);
     details->setAttribute(Qt::WA_DeleteOnClose);
+    details->setHideButtons(true);
     // Over the popup, which stays above other windows, and modal for the whole program.
     details->setWindowFlag(Qt::WindowStaysOnTopHint);
     details->setWindowModality(Qt::ApplicationModal);

@@ -23,9 +23,14 @@ public:
     // The event shown (the record handed over as `dict`).
     EventId eventId() const { return m_event; }
 
+    // hideButtons: set by an opener that has no table to step through (a popup).
+    void setHideButtons(bool hide) { m_hideButtons = hide; }
+    bool hideButtons() const { return m_hideButtons; }
+
 private:
     std::unique_ptr<Ui::ScanViewEvent> m_ui;
     EventId m_event;
+    bool m_hideButtons = false;
 };
 
 } // namespace velmora
