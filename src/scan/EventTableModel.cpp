@@ -5,17 +5,26 @@
 #include <utility>
 
 #include "app/Logging.h"
+#include "core/eventlog/Utf8.h"
 
 namespace velmora {
 
 namespace {
 
+// A cell shows no more than a wide screen holds: laying out a text of megabytes each time the
+// row is painted would stall the window. The whole text stays in the list.
+constexpr std::size_t kMaxCellBytes = 4096;
+
 QString toQString(std::optional<std::string_view> text) {
-    return text ? QString::fromUtf8(text->data(), static_cast<qsizetype>(text->size())) : QString();
+    if (!text) {
+        return {};
+    }
+    const std::string_view shown = utf8Prefix(*text, kMaxCellBytes);
+    return QString::fromUtf8(shown.data(), static_cast<qsizetype>(shown.size()));
 }
 
 QString toQString(const std::optional<std::string>& text) {
-    return text ? QString::fromStdString(*text) : QString();
+    return text ? toQString(std::optional<std::string_view>(*text)) : QString();
 }
 
 std::size_t levelIndex(Level level) {

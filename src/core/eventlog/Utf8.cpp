@@ -287,4 +287,15 @@ std::size_t utf16Length(std::string_view bytes) noexcept {
     return units;
 }
 
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes) noexcept {
+    if (text.size() <= maxBytes) {
+        return text;
+    }
+    std::size_t end = maxBytes;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+        --end;
+    }
+    return text.substr(0, end);
+}
+
 } // namespace velmora

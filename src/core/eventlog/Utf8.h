@@ -30,4 +30,8 @@ std::string decodeLenient(std::string_view bytes);
 // U+FFFF. Meant for valid UTF-8; for other bytes it is the length of their lenient decoding.
 std::size_t utf16Length(std::string_view bytes) noexcept;
 
+// The longest beginning of the text of at most maxBytes bytes that does not end inside a
+// character: for showing the start of a text too long to lay out whole.
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes) noexcept;
+
 } // namespace velmora

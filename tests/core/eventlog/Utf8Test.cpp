@@ -160,6 +160,35 @@ std::string randomText(std::mt19937_64& random) {
     return text;
 }
 
+TEST(Utf8, PrefixEndsBetweenCharacters) {
+    struct Case {
+        std::string text;
+        std::size_t maxBytes;
+        std::string prefix;
+    };
+    const std::vector<Case> cases = {
+        {"abc", 5, "abc"},
+        {"abc", 3, "abc"},
+        {"abc", 2, "ab"},
+        {"abc", 0, ""},
+        {"a\xC3\xA9"
+         "b",
+         2, "a"},
+        {"a\xC3\xA9"
+         "b",
+         3, "a\xC3\xA9"},
+        {"\xF0\x9F\x98\x80"
+         "z",
+         3, ""},
+        // Bytes that are no character are cut where they stand.
+        {"\x80\x80\x80", 2, ""},
+        {"\xFF\xFF\xFF", 2, "\xFF\xFF"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(utf8Prefix(c.text, c.maxBytes), c.prefix) << c.text << " " << c.maxBytes;
+    }
+}
+
 TEST(Utf8, AgreesWithIcuOnRandomText) {
     std::mt19937_64 random(42);
     int valid = 0;
