@@ -168,6 +168,15 @@ void PopupViewTest::showsTheDateAsTheListHoldsIt() {
     QCOMPARE(decorated.findChild<QPlainTextEdit*>("popupDetails")->toPlainText(),
              "Date: 2023-11-14 22:14:20\nPriority: Kern.Error\nHost: db\n\nMessage:\nx");
     QCOMPARE(decorated.findChild<QLabel*>("popupAbout")->text(), "Learn more about this event...");
+
+    // Of a message of megabytes the popup shows the beginning.
+    const std::string huge(4 << 20, 'x');
+    const EventId big = m_store->insert(record("1700000000", "Local7.Debug", "h", huge));
+    PopupView longMessage(*m_store, big, 60, nullptr);
+    longMessage.show();
+    const QString details = longMessage.findChild<QPlainTextEdit*>("popupDetails")->toPlainText();
+    QVERIFY(details.endsWith(QString(1000, QLatin1Char('x'))));
+    QVERIFY(details.size() < 20'000);
 }
 
 void PopupViewTest::growsUpwardFromTheBottomRightCorner() {
