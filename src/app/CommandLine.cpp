@@ -67,13 +67,15 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     QCommandLineOption quitAfterStart(QStringLiteral("quit-after-start"));
     QCommandLineOption debugDump(QStringLiteral("debug-dump"), QString(), QStringLiteral("FILE"));
     QCommandLineOption screenshots(QStringLiteral("screenshots"), QString(), QStringLiteral("DIR"));
-    for (QCommandLineOption* hidden : {&quitAfterStart, &debugDump, &screenshots}) {
+    QCommandLineOption startOnScan(QStringLiteral("start-on-scan"));
+    for (QCommandLineOption* hidden : {&quitAfterStart, &debugDump, &screenshots, &startOnScan}) {
         hidden->setFlags(QCommandLineOption::HiddenFromHelp);
     }
     parser.addOption(dataDirectory);
     parser.addOption(quitAfterStart);
     parser.addOption(debugDump);
     parser.addOption(screenshots);
+    parser.addOption(startOnScan);
     addToolkitOptions(parser);
 
     if (!parser.parse(QStringList{QStringLiteral("velmora")} + arguments)) {
@@ -106,6 +108,7 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     options.quitAfterStart = parser.isSet(quitAfterStart);
     options.debugDump = parser.value(debugDump);
     options.screenshots = parser.value(screenshots);
+    options.startOnScan = parser.isSet(startOnScan);
     std::error_code error;
     if (!std::filesystem::is_directory(options.dataDirectory, error)) {
         return EarlyExit{

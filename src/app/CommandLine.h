@@ -15,6 +15,7 @@ struct StartOptions {
     bool quitAfterStart = false; // for the smoke test: leave as soon as the window is shown
     QString debugDump;           // for the end-to-end tests: a file kept holding the table's rows
     QString screenshots;         // for scripts/run.sh: a folder for pictures of the main pages
+    bool startOnScan = false;    // for the end-to-end tests: the events page shown from the start
 };
 
 // The console does not start: it prints `text` (help, version or an error) and exits.

@@ -51,6 +51,9 @@ int main(int argc, char* argv[]) {
     velmora::AppDelegate delegate(options.dataDirectory);
     velmora::WindowController window(delegate);
     delegate.setWindowController(&window);
+    if (options.startOnScan) {
+        window.scan();
+    }
     window.show();
     if (!options.debugDump.isEmpty()) {
         // A round trip on the bus first: once the first dump exists, the bus has the console's
