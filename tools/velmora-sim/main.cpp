@@ -64,11 +64,14 @@ int main(int argc, char* argv[]) {
     parser.setApplicationDescription(QStringLiteral(
         "A stand-in for the Velmora server, for development: appends event lines to a log\n"
         "file of the data directory and posts the matching \"Set\" notifications; receives\n"
-        "syslog datagrams on UDP and logs and announces each; or posts one \"Remove\".\n"
+        "syslog datagrams on UDP and logs and announces each; or logs one event, or posts\n"
+        "one \"Remove\".\n"
         "\n"
         "  velmora-sim [options]              run until stopped (or --count events)\n"
-        "  velmora-sim [options] remove LINE  post a Remove for LINE, as logged:\n"
-        "                                     SECONDS,PRIORITY,HOST,MESSAGE"));
+        "  velmora-sim [options] log LINE     log LINE and post its Set\n"
+        "  velmora-sim [options] remove LINE  post a Remove for LINE\n"
+        "\n"
+        "LINE is an event as logged: SECONDS,PRIORITY,HOST,MESSAGE."));
     parser.addHelpOption();
     const QCommandLineOption dataDir(
         QStringLiteral("data-dir"),
@@ -98,8 +101,9 @@ int main(int argc, char* argv[]) {
                                   QStringLiteral("Seed of the made-up events (default 1)."),
                                   QStringLiteral("N"), QStringLiteral("1"));
     parser.addOptions({dataDir, rate, count, logName, udpPort, noUdp, systemBus, seed});
-    parser.addPositionalArgument(QStringLiteral("remove"), QStringLiteral("Post one Remove."),
-                                 QStringLiteral("[remove LINE]"));
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("log LINE, or remove LINE."),
+                                 QStringLiteral("[log|remove LINE]"));
     parser.process(app);
 
     QDBusConnection bus =
@@ -117,11 +121,18 @@ int main(int argc, char* argv[]) {
     const QStringList arguments = parser.positionalArguments();
     if (!arguments.isEmpty()) {
         SimEvent event;
-        if (arguments.size() != 2 || arguments[0] != QLatin1String("remove") ||
+        const QString command = arguments[0];
+        if (arguments.size() != 2 || (command != "log" && command != "remove") ||
             !parseLine(arguments[1], event)) {
-            return fail(QStringLiteral("expected: remove SECONDS,PRIORITY,HOST,MESSAGE"), 2);
+            return fail(QStringLiteral("expected: log|remove SECONDS,PRIORITY,HOST,MESSAGE"), 2);
         }
-        if (!server.postRemove(event)) {
+        if (command == "log") {
+            QString error;
+            if (!server.open(&error)) {
+                return fail(error);
+            }
+            server.log(event);
+        } else if (!server.postRemove(event)) {
             return fail(QStringLiteral("the notification could not be posted"));
         }
         settle(bus);
