@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include <QTimer>
+
 #include "app/Logging.h"
 #include "core/eventlog/Utf8.h"
 
@@ -30,6 +32,10 @@ QString toQString(const std::optional<std::string>& text) {
 std::size_t levelIndex(Level level) {
     return static_cast<std::size_t>(level);
 }
+
+// A burst: so many new rows in one turn of the event loop.
+constexpr std::size_t kBurstRows = 32;
+constexpr qint64 kBurstFlushIntervalMs = 40;
 
 } // namespace
 
@@ -132,8 +138,14 @@ EventId EventTableModel::insertDecorated(const EventFields& fields, Dictionary e
 }
 
 void EventTableModel::queueFlush() {
-    if (!m_flushQueued) {
-        m_flushQueued = true;
+    if (m_flushQueued) {
+        return;
+    }
+    m_flushQueued = true;
+    const qint64 since = m_lastFlush.isValid() ? m_lastFlush.elapsed() : kBurstFlushIntervalMs;
+    if (m_lastFlushWasBurst && since < kBurstFlushIntervalMs) {
+        QTimer::singleShot(kBurstFlushIntervalMs - since, this, &EventTableModel::flushInserts);
+    } else {
         QMetaObject::invokeMethod(this, &EventTableModel::flushInserts, Qt::QueuedConnection);
     }
 }
@@ -144,6 +156,8 @@ void EventTableModel::flushInserts() {
         return;
     }
     qCDebug(lcScan) << "announcing" << m_pending << "new events";
+    m_lastFlushWasBurst = m_pending >= kBurstRows;
+    m_lastFlush.start();
     beginInsertRows({}, 0, static_cast<int>(m_pending) - 1);
     m_pending = 0;
     endInsertRows();

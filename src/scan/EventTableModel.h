@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <QAbstractTableModel>
+#include <QElapsedTimer>
 #include <QIcon>
 
 #include "core/archive/Value.h"
@@ -18,7 +19,9 @@ namespace velmora {
 // the store, and dates are formatted, when a view asks for it, which is for the rows on screen.
 //
 // A busy server announces thousands of events a second. Each one enters the store at once, but
-// the views learn of the new rows once per turn of the event loop, in one insertion at the top.
+// the views learn of the new rows once per turn of the event loop, in one insertion at the top;
+// while a burst goes on, at most 25 times a second, so that painting does not take the time the
+// new events need.
 // Until then the model shows the store as it was: it counts the rows not yet announced and
 // leaves them out of its row count and its row numbers, so a view never sees a count that
 // disagrees with the rows it was told of.
@@ -65,6 +68,9 @@ private:
     EventStore& m_store;
     std::size_t m_pending = 0; // rows at the top of the store the views were not told of yet
     bool m_flushQueued = false;
+    // When the views were last told, and whether that was of a burst.
+    QElapsedTimer m_lastFlush;
+    bool m_lastFlushWasBurst = false;
     std::array<QIcon, 3> m_images; // by Level
 
     void queueFlush();
