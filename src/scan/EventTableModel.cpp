@@ -35,7 +35,9 @@ std::size_t levelIndex(Level level) {
 
 // A burst: so many new rows in one turn of the event loop.
 constexpr std::size_t kBurstRows = 32;
-constexpr qint64 kBurstFlushIntervalMs = 40;
+constexpr qint64 kBurstFlushIntervalMs = 100;
+// From this length on, making room at the top of a view's row records takes noticeable time.
+constexpr std::size_t kLongList = 100'000;
 
 } // namespace
 
@@ -190,8 +192,13 @@ void EventTableModel::removeEventRow(std::size_t row) {
 void EventTableModel::rebuild(const std::function<void(EventStore&)>& change) {
     beginResetModel();
     change(m_store);
-    m_pending = 0;
+    // A view keeps a record per row, and the first insertion at the top of a long list copies
+    // all of them into a larger array with room at the top: with millions of rows the first
+    // live event would stall the window. Announcing the newest row as such an insertion makes
+    // that room now, as part of the load.
+    m_pending = m_store.size() >= kLongList ? 1 : 0;
     endResetModel();
+    flushInserts();
 }
 
 } // namespace velmora

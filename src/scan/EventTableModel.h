@@ -20,7 +20,7 @@ namespace velmora {
 //
 // A busy server announces thousands of events a second. Each one enters the store at once, but
 // the views learn of the new rows once per turn of the event loop, in one insertion at the top;
-// while a burst goes on, at most 25 times a second, so that painting does not take the time the
+// while a burst goes on, at most 10 times a second, so that painting does not take the time the
 // new events need.
 // Until then the model shows the store as it was: it counts the rows not yet announced and
 // leaves them out of its row count and its row numbers, so a view never sees a count that

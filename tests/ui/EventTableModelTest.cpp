@@ -41,6 +41,7 @@ private slots:
     void burstOfInsertsIsAnnouncedOnceAndConsistently();
     void removalFlushesPendingInsertsFirst();
     void rebuildDropsPendingInserts();
+    void longListLoadsConsistentlyNewestOnTop();
     void staysValidThroughInsertsRemovalsAndAppearances();
 };
 
@@ -174,6 +175,27 @@ void EventTableModelTest::rebuildDropsPendingInserts() {
     runQueued();
     QCOMPARE(inserted.count(), 0);
     QCOMPARE(model.rowCount(), 2);
+}
+
+void EventTableModelTest::longListLoadsConsistentlyNewestOnTop() {
+    // Long enough that the load also makes room at the top of the views' row records.
+    constexpr int kLong = 100'000;
+    EventStore store;
+    EventTableModel model(store);
+    QAbstractItemModelTester tester(&model, kTester);
+    model.rebuild([](EventStore& s) {
+        for (int i = 0; i < kLong; ++i) {
+            s.insert(record("1700000000", "Local7.Debug", "h", std::to_string(i)));
+        }
+    });
+    QCOMPARE(model.rowCount(), kLong);
+    QCOMPARE(cell(model, 0, EventTableModel::MessageColumn).toString(), QString::number(kLong - 1));
+    QCOMPARE(cell(model, kLong - 1, EventTableModel::MessageColumn).toString(), "0");
+
+    model.insertRaw(record("1700000001", "Kern.Error", "h", "live"), {});
+    runQueued();
+    QCOMPARE(model.rowCount(), kLong + 1);
+    QCOMPARE(cell(model, 0, EventTableModel::MessageColumn).toString(), "live");
 }
 
 void EventTableModelTest::staysValidThroughInsertsRemovalsAndAppearances() {
