@@ -58,8 +58,9 @@ int main(int argc, char* argv[]) {
     if (!options.debugDump.isEmpty()) {
         // A round trip on the bus first: once the first dump exists, the bus has the console's
         // subscription, and a test may post.
-        QDBusConnection::sessionBus().interface()->serviceOwner(
-            QStringLiteral("org.freedesktop.DBus"));
+        if (QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface()) {
+            bus->serviceOwner(QStringLiteral("org.freedesktop.DBus"));
+        }
         auto* dump = new velmora::EventDump(window.scanView().model(), options.debugDump, &window);
         dump->write();
     }

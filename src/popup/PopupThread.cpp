@@ -13,12 +13,12 @@
 namespace velmora {
 
 PopupThread::PopupThread(const EventStore& store, const RuntimeSettings& runtime,
-                         QWidget* detailsOwner, PopupQueue::Pause pause)
+                         QWidget* detailsOwner)
     : m_store(store)
     , m_runtime(runtime)
     , m_detailsOwner(detailsOwner)
     , m_sound(new PopupSound(this))
-    , m_queue(*this, pause ? std::move(pause) : PopupQueue::sleepUnlessStopped) {}
+    , m_queue(*this) {}
 
 PopupThread::~PopupThread() {
     m_stopping = true;

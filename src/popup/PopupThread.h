@@ -30,7 +30,7 @@ class PopupThread : public QObject, private PopupHost {
 public:
     // `detailsOwner` owns the details sheets opened from popups (the main window).
     PopupThread(const EventStore& store, const RuntimeSettings& runtime,
-                QWidget* detailsOwner = nullptr, PopupQueue::Pause pause = {});
+                QWidget* detailsOwner = nullptr);
     ~PopupThread() override;
 
     void start();
