@@ -27,10 +27,6 @@ constexpr int kMaxDepth = 64;
 
 std::optional<Value> toValue(const QVariant& variant, int depth);
 
-std::string toStdString(const QString& text) {
-    return text.toStdString();
-}
-
 // Keys in the order first sent, each with its last value.
 class DictionaryBuilder {
 public:
@@ -88,7 +84,7 @@ Dictionary fromMap(const QDBusArgument& argument, int depth) {
         const QVariant value = argument.asVariant();
         argument.endMapEntry();
         if (std::optional<Value> converted = toValue(value, depth + 1)) {
-            builder.set(toStdString(key.toString()), std::move(*converted));
+            builder.set(key.toString().toStdString(), std::move(*converted));
         }
     }
     argument.endMap();
@@ -124,7 +120,7 @@ std::optional<Value> toValue(const QVariant& variant, int depth) {
     }
     switch (variant.metaType().id()) {
     case QMetaType::QString:
-        return Value(toStdString(variant.toString()));
+        return Value(variant.toString().toStdString());
     case QMetaType::Bool:
         return Value(variant.toBool());
     case QMetaType::UChar:
@@ -145,7 +141,7 @@ std::optional<Value> toValue(const QVariant& variant, int depth) {
     case QMetaType::QStringList: {
         Array array;
         for (const QString& text : variant.toStringList()) {
-            array.emplace_back(toStdString(text));
+            array.emplace_back(text.toStdString());
         }
         return Value(std::move(array));
     }
@@ -156,10 +152,10 @@ std::optional<Value> toValue(const QVariant& variant, int depth) {
         return toValue(variant.value<QDBusVariant>().variant(), depth + 1);
     }
     if (variant.metaType() == QMetaType::fromType<QDBusObjectPath>()) {
-        return Value(toStdString(variant.value<QDBusObjectPath>().path()));
+        return Value(variant.value<QDBusObjectPath>().path().toStdString());
     }
     if (variant.metaType() == QMetaType::fromType<QDBusSignature>()) {
-        return Value(toStdString(variant.value<QDBusSignature>().signature()));
+        return Value(variant.value<QDBusSignature>().signature().toStdString());
     }
     if (variant.metaType() == QMetaType::fromType<QDBusArgument>()) {
         return fromArgument(variant.value<QDBusArgument>(), depth);
