@@ -157,14 +157,18 @@ public:
     // O_NONBLOCK: opening a FIFO named like a log file must not wait for a writer.
     Status open(const std::string& path) {
         m_fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        struct stat st {};
-        if (m_fd < 0 || ::fstat(m_fd, &st) != 0) {
+        return checkRegular(path);
+    }
+
+    // A duplicate of a descriptor, at the start of its file.
+    Status duplicate(int fd, const std::string& path) {
+        m_fd = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+        if (Status regular = checkRegular(path); !regular) {
+            return regular;
+        }
+        if (::lseek(m_fd, 0, SEEK_SET) != 0) {
             return errnoError(path, errno);
         }
-        if (!S_ISREG(st.st_mode)) {
-            return Error{ErrorCode::Unsupported, path + ": not a regular file"};
-        }
-        m_size = static_cast<std::uint64_t>(st.st_size);
         return {};
     }
 
@@ -175,6 +179,18 @@ public:
 private:
     int m_fd = -1;
     std::uint64_t m_size = 0;
+
+    Status checkRegular(const std::string& path) {
+        struct stat st {};
+        if (m_fd < 0 || ::fstat(m_fd, &st) != 0) {
+            return errnoError(path, errno);
+        }
+        if (!S_ISREG(st.st_mode)) {
+            return Error{ErrorCode::Unsupported, path + ": not a regular file"};
+        }
+        m_size = static_cast<std::uint64_t>(st.st_size);
+        return {};
+    }
 };
 
 // Small files do not need the full block of a big one.
@@ -208,10 +224,26 @@ Result<LogLineReader> LogLineReader::open(const std::string& path, std::size_t b
     if (Status opened = file.open(path); !opened) {
         return opened.error();
     }
-    ::posix_fadvise(file.fd(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    const std::uint64_t size = file.size();
+    return startReading(file.release(), size, path, blockBytes);
+}
+
+Result<LogLineReader> LogLineReader::openDuplicate(int fd, const std::string& path,
+                                                   std::size_t blockBytes) {
+    RegularFile file;
+    if (Status opened = file.duplicate(fd, path); !opened) {
+        return opened.error();
+    }
+    const std::uint64_t size = file.size();
+    return startReading(file.release(), size, path, blockBytes);
+}
+
+LogLineReader LogLineReader::startReading(int fd, std::uint64_t size, const std::string& path,
+                                          std::size_t blockBytes) {
+    ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
     const std::size_t wanted = std::max<std::size_t>(blockBytes, 1);
-    const std::size_t forSize = std::max<std::uint64_t>(file.size() + 1, kSmallFileBlockBytes);
-    return LogLineReader(file.release(), std::min(wanted, forSize), path);
+    const std::size_t forSize = std::max<std::uint64_t>(size + 1, kSmallFileBlockBytes);
+    return LogLineReader(fd, std::min(wanted, forSize), path);
 }
 
 LogLineReader::LogLineReader(int fd, std::size_t blockBytes, std::string path)

@@ -104,6 +104,12 @@ public:
 
     static Result<LogLineReader> open(const std::string& path,
                                       std::size_t blockBytes = kDefaultBlockBytes);
+    // As open(), for a file the caller has open and keeps open: the reader reads a duplicate of
+    // `fd` from the start of the file and closes only the duplicate. The two share one file
+    // offset, so the caller reads `fd` only with pread() meanwhile. `path` names the file in
+    // error messages.
+    static Result<LogLineReader> openDuplicate(int fd, const std::string& path,
+                                               std::size_t blockBytes = kDefaultBlockBytes);
 
     LogLineReader(LogLineReader&& other) noexcept;
     LogLineReader& operator=(LogLineReader&& other) noexcept;
@@ -127,6 +133,8 @@ private:
     };
 
     LogLineReader(int fd, std::size_t blockBytes, std::string path);
+    static LogLineReader startReading(int fd, std::uint64_t size, const std::string& path,
+                                      std::size_t blockBytes);
     Result<Block> readBlock();
     // Keeps the bytes of the last block from consumed on, in front of the next block.
     void carryFrom(std::size_t consumed);

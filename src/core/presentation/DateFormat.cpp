@@ -7,6 +7,7 @@
 #include <limits>
 #include <system_error>
 
+#include <unicode/basictz.h>
 #include <unicode/calendar.h>
 #include <unicode/datefmt.h>
 #include <unicode/fpositer.h>
@@ -14,6 +15,7 @@
 #include <unicode/parsepos.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/tztrans.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
@@ -22,6 +24,9 @@ namespace velmora {
 namespace {
 
 constexpr double kMillisPerSecond = 1000.0;
+constexpr double kMillisPerMinute = 60000.0;
+// Minutes beyond this (about the year 20,000) are left to ICU one instant at a time.
+constexpr std::int64_t kMaxTemplateMinute = std::int64_t{1} << 33;
 
 std::string icuPattern(std::string_view displayFormat) {
     constexpr std::string_view marker = "AM/PM";
@@ -52,6 +57,60 @@ std::unique_ptr<icu::DateFormat> createFormatter(std::string_view displayFormat)
     }
     formatter->setLenient(false);
     return formatter;
+}
+
+// Pattern letters whose text is the same at every second of a local minute, but for "s" itself:
+// eras, years, quarters, months, weeks, days, day periods am/pm, hours, minutes and zones. Not
+// "S" and "A" (finer than a second), nor "b" and "B" (noon and midnight are single seconds).
+constexpr std::u16string_view kMinuteSteadyLetters = u"GyYuUrQqMLwWdDFgEecahHKkmszZOvVXx";
+
+// Whether every pattern letter outside quotes is one of kMinuteSteadyLetters.
+bool hasOnlyMinuteSteadyFields(const icu::UnicodeString& pattern) {
+    bool quoted = false;
+    for (std::int32_t i = 0; i < pattern.length(); ++i) {
+        const char16_t c = pattern.charAt(i);
+        if (c == u'\'') {
+            quoted = !quoted;
+        } else if (!quoted && ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z')) &&
+                   kMinuteSteadyLetters.find(c) == std::u16string_view::npos) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool writesWholeSecondsOnly(const icu::DateFormat& formatter) {
+    const auto* simple = dynamic_cast<const icu::SimpleDateFormat*>(&formatter);
+    if (simple == nullptr) {
+        return false;
+    }
+    icu::UnicodeString pattern;
+    simple->toPattern(pattern);
+    return hasOnlyMinuteSteadyFields(pattern);
+}
+
+// Whether the zone keeps one offset, a whole number of minutes, from `start` for a minute.
+bool zoneSteadyForAMinute(const icu::TimeZone& zone, UDate start) {
+    const auto* basic = dynamic_cast<const icu::BasicTimeZone*>(&zone);
+    if (basic == nullptr) {
+        return false;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    std::int32_t raw = 0;
+    std::int32_t dst = 0;
+    basic->getOffset(start, false, raw, dst, status);
+    if (U_FAILURE(status) || (raw + dst) % static_cast<std::int32_t>(kMillisPerMinute) != 0) {
+        return false;
+    }
+    icu::TimeZoneTransition next;
+    return !basic->getNextTransition(start, false, next) ||
+           next.getTime() >= start + kMillisPerMinute;
+}
+
+std::string toUtf8(const icu::UnicodeString& text, std::int32_t begin, std::int32_t end) {
+    std::string out;
+    text.tempSubStringBetween(begin, end).toUTF8String(out);
+    return out;
 }
 
 bool isAsciiDigit(char c) {
@@ -106,13 +165,17 @@ struct DateFormat::Impl {
     std::unique_ptr<icu::Calendar> calendar;
     icu::UnicodeString buffer;
 
+    bool wholeSeconds;
+
     explicit Impl(std::unique_ptr<icu::DateFormat> f)
         : formatter(std::move(f))
-        , calendar(formatter->getCalendar()->clone()) {}
+        , calendar(formatter->getCalendar()->clone())
+        , wholeSeconds(writesWholeSecondsOnly(*formatter)) {}
 
     Impl(const Impl& other)
         : formatter(other.formatter->clone())
-        , calendar(other.calendar->clone()) {}
+        , calendar(other.calendar->clone())
+        , wholeSeconds(other.wholeSeconds) {}
 
     // Checks the pattern once: ICU accepts unknown pattern letters when it builds the formatter
     // and fails only when it writes them.
@@ -189,6 +252,48 @@ std::optional<double> DateFormat::parse(std::string_view text) const {
         return std::nullopt;
     }
     return millis / kMillisPerSecond;
+}
+
+bool DateFormat::writesWholeSeconds() const {
+    return m_impl && m_impl->wholeSeconds;
+}
+
+std::optional<DateFormat::MinuteText> DateFormat::minuteText(std::int64_t minute) const {
+    if (!writesWholeSeconds() || minute > kMaxTemplateMinute || minute < -kMaxTemplateMinute) {
+        return std::nullopt;
+    }
+    const UDate start = static_cast<double>(minute) * kMillisPerMinute;
+    if (!zoneSteadyForAMinute(m_impl->calendar->getTimeZone(), start)) {
+        return std::nullopt;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    m_impl->calendar->setTime(start, status);
+    m_impl->buffer.remove();
+    icu::FieldPositionIterator fields;
+    m_impl->formatter->format(*m_impl->calendar, m_impl->buffer, &fields, status);
+    if (U_FAILURE(status)) {
+        return std::nullopt;
+    }
+    // At second 0 every second field reads as zeros, as many as the field is wide.
+    MinuteText text;
+    std::int32_t literalStart = 0;
+    icu::FieldPosition field;
+    while (fields.next(field)) {
+        if (field.getField() != UDAT_SECOND_FIELD) {
+            continue;
+        }
+        const std::int32_t width = field.getEndIndex() - field.getBeginIndex();
+        const icu::UnicodeString zeros = m_impl->buffer.tempSubString(field.getBeginIndex(), width);
+        if (width == 0 || (text.secondDigits != 0 && width != text.secondDigits) ||
+            zeros != icu::UnicodeString(width, U'0', width)) {
+            return std::nullopt;
+        }
+        text.secondDigits = width;
+        text.literals.push_back(toUtf8(m_impl->buffer, literalStart, field.getBeginIndex()));
+        literalStart = field.getEndIndex();
+    }
+    text.literals.push_back(toUtf8(m_impl->buffer, literalStart, m_impl->buffer.length()));
+    return text;
 }
 
 void reloadDefaultTimeZone() {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velmora {
 
@@ -48,6 +50,23 @@ public:
     std::string format(double secondsSince1970) const;
     // The instant that the text shows, or nullopt when it is not a text of this format.
     std::optional<double> parse(std::string_view text) const;
+
+    // Whether the text of an instant depends on nothing finer than its second: the pattern has
+    // no fraction of a second and only fields known to stay the same through a minute but for
+    // the seconds (no flexible day periods such as "noon", which ICU writes at one second only).
+    bool writesWholeSeconds() const;
+
+    // The texts of the whole seconds of one minute: the instant minute * 60 + k (0 <= k < 60)
+    // is written literals[0], k, literals[1], k, ..., literals.back(), with k in ASCII digits
+    // padded with zeros to secondDigits. One ICU call serves sixty seconds.
+    struct MinuteText {
+        std::vector<std::string> literals; // one more than the format has second fields
+        int secondDigits = 0;
+    };
+    // nullopt when that does not hold for this minute: writesWholeSeconds() is false, the time
+    // zone changes its offset inside the minute, or the offset is no whole number of minutes
+    // (local minutes then do not start with UTC ones).
+    std::optional<MinuteText> minuteText(std::int64_t minute) const;
 
 private:
     struct Impl;

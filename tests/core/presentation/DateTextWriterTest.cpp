@@ -1,0 +1,125 @@
+// The fast date writer against ICU itself: every text must be the one DateFormat writes, in
+// zones whose offsets are not whole minutes or change inside a minute, across their
+// transitions, on formats with and without seconds, fractions and day periods.
+
+#include "core/presentation/DateTextWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace velmora {
+namespace {
+
+class ZoneScope {
+public:
+    explicit ZoneScope(const char* zone) {
+        ::setenv("TZ", zone, 1);
+        reloadDefaultTimeZone();
+    }
+    ~ZoneScope() {
+        ::setenv("TZ", "UTC", 1);
+        reloadDefaultTimeZone();
+    }
+};
+
+// Instants around the zone's transitions and elsewhere, in time order and shuffled, whole and
+// with fractions close to either end of a second.
+std::vector<double> instantsAround(const std::vector<double>& transitions,
+                                   std::mt19937_64& random) {
+    std::vector<double> instants = {0,
+                                    -0.25,
+                                    0.9995,
+                                    -1e-7,
+                                    1e12,
+                                    1e13,
+                                    -1e13,
+                                    std::numeric_limits<double>::infinity(),
+                                    std::numeric_limits<double>::quiet_NaN()};
+    std::uniform_real_distribution<double> anywhere(-4e9, 6e9);
+    std::uniform_int_distribution<int> near(-5400, 5400);
+    std::uniform_int_distribution<int> fraction(0, 5);
+    const double fractions[] = {0, 0.5, 0.001, 0.998, 0.9989, 0.99999};
+    for (const double transition : transitions) {
+        for (int i = -130; i <= 130; ++i) {
+            instants.push_back(transition + i);
+        }
+        for (int i = 0; i < 300; ++i) {
+            instants.push_back(transition + near(random) + fractions[fraction(random)]);
+        }
+    }
+    for (int i = 0; i < 800; ++i) {
+        instants.push_back(std::floor(anywhere(random)) + fractions[fraction(random)]);
+    }
+    std::vector<double> shuffled = instants;
+    std::shuffle(shuffled.begin(), shuffled.end(), random);
+    instants.insert(instants.end(), shuffled.begin(), shuffled.end());
+    return instants;
+}
+
+TEST(DateTextWriter, WritesWhatIcuWritesInEveryZoneAndFormat) {
+    struct Zone {
+        const char* name;
+        std::vector<double> transitions;
+    };
+    const Zone zones[] = {
+        {"UTC", {1700000000}},
+        {"America/New_York", {1678604400, 1699164000}},
+        {"Australia/Lord_Howe", {1680361200, 1696084200}}, // half-hour daylight saving
+        {"Asia/Kolkata", {-764145000}},                    // +5:30
+        {"Africa/Monrovia", {63593070}},                   // -0:44:30 until 1972
+        {"Europe/Amsterdam", {-1025745572, -1693702800}},  // +0:19:32 before 1937
+        {"Pacific/Chatham", {1680357600}},                 // +12:45
+    };
+    const char* formats[] = {
+        "",
+        "yyyy-MM-dd HH:mm:ss",
+        "dd.MM.yyyy h:mm:ss AM/PM",
+        "HH:mm",
+        "s",
+        "ss 'sec''s' HH:mm zzzz",
+        "yyyy-MM-dd'T'HH:mm:ss.SSS",
+        "EEEE, d MMMM yyyy HH:mm:ss Z VV",
+        "h:mm:ss B",
+        "sss:ss",
+        "yyyy-MM-dd P",
+    };
+    std::mt19937_64 random(7);
+    for (const Zone& zone : zones) {
+        const ZoneScope scope(zone.name);
+        const std::vector<double> instants = instantsAround(zone.transitions, random);
+        for (const char* format : formats) {
+            const DateFormat icu(format);
+            DateTextWriter writer(format);
+            int failures = 0;
+            for (const double instant : instants) {
+                const std::string expected = icu.format(instant);
+                if (writer.format(instant) != expected && ++failures <= 3) {
+                    ADD_FAILURE() << zone.name << " '" << format << "' at " << std::fixed << instant
+                                  << ": expected " << expected << ", got "
+                                  << writer.format(instant);
+                }
+            }
+        }
+    }
+}
+
+TEST(DateTextWriter, CachesBySecondOnlyWhenTheTextCannotShowLess) {
+    DateTextWriter whole("yyyy-MM-dd HH:mm:ss");
+    EXPECT_EQ(whole.wholeSecond(1700000000.25), 1700000000);
+    EXPECT_EQ(whole.wholeSecond(-0.5), -1);
+    // So close to the next second that ICU's milliseconds might round up into it.
+    EXPECT_EQ(whole.wholeSecond(1700000000.9995), std::nullopt);
+    EXPECT_EQ(whole.wholeSecond(std::numeric_limits<double>::infinity()), std::nullopt);
+    EXPECT_EQ(DateTextWriter("HH:mm:ss.SSS").wholeSecond(1700000000), std::nullopt);
+    EXPECT_EQ(DateTextWriter("h 'o''clock' B").wholeSecond(1700000000), std::nullopt);
+}
+
+} // namespace
+} // namespace velmora
