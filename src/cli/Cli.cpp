@@ -30,6 +30,11 @@ Commands:
   status                     print as one JSON object what the console's Home page shows:
                              whether the server runs, whether actions and export are set up,
                              the events of each severity and the overall level
+  report --by host|message|priority|date [--log NAME] [--json]
+                             print the report the Reports page builds, every group open:
+                             the log file NAME (without ".log") or all of them; tab-separated
+                             as the page exports it, or one JSON object a group:
+                             {"key": KEY, "details": [[SECOND, THIRD, FORTH], ...]}
 
 Options:
   --data-dir DIR             the data directory
@@ -47,6 +52,7 @@ const std::map<std::string, Verb, std::less<>>& verbs() {
         {"events", eventsCommand},
         {"counts", countsCommand},
         {"status", statusCommand},
+        {"report", reportCommand},
     };
     return table;
 }

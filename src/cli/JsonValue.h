@@ -20,4 +20,8 @@ Result<Json> parseJson(std::string_view text);
 // Serialises; bytes that are not UTF-8 are replaced rather than refused.
 std::string dumpJson(const Json& json, int indent = -1);
 
+// Appends a text as a JSON string, for output streamed without building a Json value. The
+// text is UTF-8 and written as it is, but for quotes, backslashes and control characters.
+void appendJsonString(std::string& out, std::string_view text);
+
 } // namespace velmora::cli

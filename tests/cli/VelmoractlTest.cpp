@@ -190,6 +190,45 @@ TEST_F(VelmoractlTest, StatusWithoutSettingsUsesTheDefaultLevels) {
     EXPECT_EQ(run({"status", "--all"}).status, 2);
 }
 
+TEST_F(VelmoractlTest, ReportPrintsEveryGroupOpenInTheConfiguredDateFormat) {
+    writeFile(dir / "a.log", "1700000000,User.Notice,h1,one, two\n"
+                             "1700000001,Kern.Error,h2,say \"hi\"\n"
+                             "1700000002,User.Notice,h1,four\n");
+    writeFile(dir / "b.log", "1700000003,User.Notice,h3,other file\n");
+    ASSERT_EQ(run({"settings", "set", "dateFormat", "HH:mm:ss"}).status, 0);
+
+    const Outcome text = run({"report", "--by", "host", "--log", "a"});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(text.out, "Host\tDate\tPriority\tMessage\n"
+                        "h1\t\t\t\n"
+                        "\t22:13:20\tUser.Notice\tone, two\n"
+                        "\t22:13:22\tUser.Notice\tfour\n"
+                        "h2\t\t\t\n"
+                        "\t22:13:21\tKern.Error\tsay \"hi\"\n");
+
+    const Outcome json = run({"report", "--by=priority", "--json", "--log=a"});
+    ASSERT_EQ(json.status, 0) << json.err;
+    EXPECT_EQ(json.out, R"({"key":"User.Notice","details":[["22:13:20","h1","one, two"],)"
+                        R"(["22:13:22","h1","four"]]})"
+                        "\n"
+                        R"({"key":"Kern.Error","details":[["22:13:21","h2","say \"hi\""]]})"
+                        "\n");
+    // Without --log, every log file.
+    EXPECT_EQ(run({"report", "--by", "date", "--json"}).out.find("other file") != std::string::npos,
+              true);
+
+    for (const std::vector<std::string>& bad :
+         std::vector<std::vector<std::string>>{{"report"},
+                                               {"report", "--by"},
+                                               {"report", "--by", "size"},
+                                               {"report", "--by", "host", "--log"},
+                                               {"report", "--by", "host", "extra"}}) {
+        const Outcome outcome = run(bad);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_TRUE(outcome.out.empty());
+    }
+}
+
 TEST_F(VelmoractlTest, DataDirectoryFromTheEnvironmentAndHelp) {
     const std::string variable = dir.str();
     ASSERT_EQ(run({"settings", "set", "popupEvents", "3"}, "", variable.c_str()).status, 0);

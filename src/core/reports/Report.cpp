@@ -31,6 +31,17 @@ std::array<ReportField, 4> reportColumns(ReportGrouping grouping) {
     return {Date, Priority, Host, Message};
 }
 
+std::array<std::string_view, 4> reportColumnTitles(ReportGrouping grouping) {
+    static constexpr std::array<std::string_view, 4> kFieldTitles = {"Date", "Priority", "Host",
+                                                                     "Message"};
+    std::array<std::string_view, 4> titles;
+    const std::array<ReportField, 4> columns = reportColumns(grouping);
+    for (std::size_t column = 0; column < titles.size(); ++column) {
+        titles[column] = kFieldTitles[static_cast<std::size_t>(columns[column])];
+    }
+    return titles;
+}
+
 Report::Report(ReportGrouping grouping, std::string_view dateFormat)
     : m_grouping(grouping)
     , m_columns(reportColumns(grouping))

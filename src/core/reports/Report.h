@@ -27,6 +27,8 @@ enum class ReportField : int { Date = 0, Priority = 1, Host = 2, Message = 3 };
 // The field of each of a report's four columns: the group key first, then the three fields of
 // the detail rows ("Second", "Third", "Forth").
 std::array<ReportField, 4> reportColumns(ReportGrouping grouping);
+// The titles of those columns: "Host", "Date", "Priority" or "Message".
+std::array<std::string_view, 4> reportColumnTitles(ReportGrouping grouping);
 
 // A group of a report, numbered in order of first appearance.
 enum class GroupId : std::uint32_t {};
