@@ -1,16 +1,246 @@
 #include "reports/ReportsView.h"
 
+#include <array>
+#include <string>
+#include <utility>
+
+#include <QApplication>
+#include <QFile>
+#include <QHeaderView>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QShowEvent>
+
+#include "app/AppDelegate.h"
+#include "app/FileDialogs.h"
+#include "app/Logging.h"
+#include "core/reports/ReportEngine.h"
+#include "core/reports/ReportExport.h"
+#include "reports/ReportBuild.h"
+#include "reports/ReportPrinter.h"
+#include "reports/ReportTableModel.h"
 #include "ui_ReportsView.h"
 
 namespace velmora {
 
+namespace {
+
+constexpr int kColumnWidth = 120;
+constexpr int kDateColumnWidth = 140;
+constexpr int kDateKeyColumnWidth = 165;
+// The message key column takes what the table's other three columns leave.
+constexpr int kOtherColumnsWidth = 380;
+
+// The bytes of a log file's name ride along with each choice, so that a name that is not
+// UTF-8 still finds its file.
+constexpr int kLogNameRole = Qt::UserRole;
+
+QString fromUtf8(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+} // namespace
+
 ReportsView::ReportsView(AppDelegate& delegate, QWidget* parent)
     : QWidget(parent)
     , m_ui(std::make_unique<Ui::ReportsView>())
-    , m_delegate(delegate) {
+    , m_delegate(delegate)
+    , m_model(new ReportTableModel(this)) {
     m_ui->setupUi(this);
+    setAutoFillBackground(true);
+    QPalette white = palette();
+    white.setColor(QPalette::Window, Qt::white);
+    setPalette(white);
+    setUpTable();
+    connect(m_ui->reportName, &QComboBox::activated, this, &ReportsView::reportNameSelected);
+    connect(m_ui->reportFilter, &QComboBox::activated, this, &ReportsView::reportFilterSelected);
+    connect(m_ui->reportDisplay, &QPushButton::clicked, this, &ReportsView::displayReport);
+    connect(m_ui->reportExport, &QPushButton::clicked, this, &ReportsView::exportResults);
+    connect(m_ui->reportPrint, &QPushButton::clicked, this, &ReportsView::printResults);
 }
 
 ReportsView::~ReportsView() = default;
+
+QTableView& ReportsView::tableView() const {
+    return *m_ui->tableView;
+}
+
+void ReportsView::setUpTable() {
+    QTableView& table = *m_ui->tableView;
+    table.setModel(m_model);
+    std::array<QString, ReportTableModel::kColumnCount> titles;
+    const std::array<std::string_view, 4> hostTitles = reportColumnTitles(ReportGrouping::Host);
+    std::transform(hostTitles.begin(), hostTitles.end(), titles.begin(), fromUtf8);
+    m_model->setTitles(titles);
+    // Millions of rows: every row has the same height, so the table never walks them.
+    QHeaderView& rows = *table.verticalHeader();
+    rows.setSectionResizeMode(QHeaderView::Fixed);
+    rows.setDefaultSectionSize(fontMetrics().height() + 6);
+    connect(&table, &QTableView::clicked, this, &ReportsView::tableClicked);
+}
+
+void ReportsView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!event->spontaneous()) {
+        viewWillAppear();
+    }
+}
+
+void ReportsView::viewWillAppear() {
+    stopBuild();
+    m_ui->reportName->setCurrentIndex(-1);
+    QComboBox& filter = *m_ui->reportFilter;
+    filter.clear();
+    for (const std::string& choice : ReportEngine::logChoices(m_delegate.dataDirectory())) {
+        filter.addItem(fromUtf8(choice), QByteArray::fromStdString(choice));
+    }
+    filter.setCurrentIndex(0);
+    m_model->setReport(nullptr);
+    setColumnsVisible(false);
+}
+
+void ReportsView::reportNameSelected() {
+    enableDisplayWhenChosen();
+}
+
+void ReportsView::reportFilterSelected() {
+    enableDisplayWhenChosen();
+}
+
+void ReportsView::enableDisplayWhenChosen() {
+    if (m_ui->reportName->currentIndex() >= 0 && m_ui->reportFilter->currentIndex() >= 0) {
+        m_ui->reportDisplay->setEnabled(true);
+    }
+    if (QWidget* focus = window()->focusWidget()) {
+        focus->clearFocus();
+    }
+}
+
+void ReportsView::displayReport() {
+    stopBuild();
+    m_model->setReport(nullptr);
+    setColumnsVisible(true);
+    const int index = m_ui->reportName->currentIndex();
+    if (index < 0 || index >= kReportGroupingCount) {
+        tableView().clearSelection();
+        emit reportShown();
+        return;
+    }
+    const auto grouping = static_cast<ReportGrouping>(index);
+    setColumnsFor(grouping);
+    startBuild(grouping);
+}
+
+void ReportsView::setColumnsVisible(bool visible) {
+    QHeaderView& header = *tableView().horizontalHeader();
+    for (int column = 0; column < ReportTableModel::kColumnCount; ++column) {
+        header.setSectionHidden(column, !visible);
+        if (visible) {
+            header.resizeSection(column, kColumnWidth);
+        }
+    }
+}
+
+void ReportsView::setColumnsFor(ReportGrouping grouping) {
+    std::array<QString, ReportTableModel::kColumnCount> titles;
+    const std::array<std::string_view, 4> names = reportColumnTitles(grouping);
+    std::transform(names.begin(), names.end(), titles.begin(), fromUtf8);
+    m_model->setTitles(titles);
+
+    QHeaderView& header = *tableView().horizontalHeader();
+    const int tableWidth = tableView().viewport()->width();
+    const auto atLeastMinimum = [&](int width) {
+        return std::max(width, header.minimumSectionSize());
+    };
+    if (grouping == ReportGrouping::Date) {
+        header.resizeSection(0, kDateKeyColumnWidth);
+    } else {
+        header.resizeSection(1, kDateColumnWidth);
+    }
+    if (grouping == ReportGrouping::Message) {
+        header.resizeSection(0, atLeastMinimum(tableWidth - kOtherColumnsWidth));
+        return;
+    }
+    // The last column takes the rest of the table's width.
+    const int others = header.sectionSize(0) + header.sectionSize(1) + header.sectionSize(2);
+    header.resizeSection(3, atLeastMinimum(tableWidth - others));
+}
+
+void ReportsView::startBuild(ReportGrouping grouping) {
+    ReportRequest request{m_delegate.dataDirectory(),
+                          m_ui->reportFilter->currentData(kLogNameRole).toByteArray().toStdString(),
+                          grouping, m_delegate.runtime().newDateFormat};
+    m_build = std::make_unique<ReportBuild>(std::move(request));
+    connect(m_build.get(), &ReportBuild::progressed, m_ui->reportProgress, &QProgressBar::setValue);
+    connect(m_build.get(), &ReportBuild::finished, this, &ReportsView::showReport);
+    m_ui->reportProgress->setValue(0);
+    m_ui->reportProgress->show();
+}
+
+void ReportsView::showReport(std::shared_ptr<const Report> report) {
+    m_ui->reportProgress->hide();
+    m_model->setReport(std::move(report));
+    tableView().clearSelection();
+    emit reportShown();
+}
+
+void ReportsView::stopBuild() {
+    m_build.reset();
+    m_ui->reportProgress->hide();
+}
+
+bool ReportsView::findText(const QString& text, const QString& /*key*/) const {
+    return m_model->table().hasGroup(text.toStdString());
+}
+
+void ReportsView::tableClicked() {
+    const QModelIndexList selected = tableView().selectionModel()->selectedRows();
+    if (selected.isEmpty()) {
+        return;
+    }
+    const int row = selected.front().row();
+    m_model->click(row);
+    tableView().selectRow(row);
+}
+
+void ReportsView::exportResults() {
+    const std::optional<QString> chosen =
+        chooseFileToSave(this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
+                         {{tr("Text"), {QStringLiteral("txt")}},
+                          {tr("Comma-separated values"), {QStringLiteral("csv")}}});
+    if (!chosen) {
+        return;
+    }
+    std::array<std::string, ReportTableModel::kColumnCount> titles;
+    std::transform(m_model->titles().begin(), m_model->titles().end(), titles.begin(),
+                   [](const QString& title) { return title.toStdString(); });
+    const std::string path = QFile::encodeName(*chosen).toStdString();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const Status written = exportReportTable(m_model->table(), titles, exportSeparator(path), path);
+    QApplication::restoreOverrideCursor();
+    // A failed export is not shown to the user: the previous file, if any, is left as it was.
+    if (!written) {
+        qCWarning(lcReports) << "export failed:" << written.error().message.c_str();
+    }
+}
+
+void ReportsView::printResults() {
+    QPrinter printer(QPrinter::HighResolution);
+    QPrintDialog dialog(&printer, this);
+    dialog.setObjectName(QStringLiteral("printDialog"));
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    if (!printTable(printer)) {
+        qCWarning(lcReports) << "printing failed";
+    }
+}
+
+bool ReportsView::printTable(QPrinter& printer) const {
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool printed = ReportPrinter(tableView()).print(printer);
+    QApplication::restoreOverrideCursor();
+    return printed;
+}
 
 } // namespace velmora

@@ -4,6 +4,11 @@
 
 #include <QWidget>
 
+#include "core/reports/Report.h"
+
+class QPrinter;
+class QTableView;
+
 namespace Ui {
 class ReportsView;
 }
@@ -11,8 +16,16 @@ class ReportsView;
 namespace velmora {
 
 class AppDelegate;
+class ReportBuild;
+class ReportTableModel;
 
-// Page 2: grouped reports over the log files.
+// Page 2: grouped reports read from the log files. The user picks a grouping and a log file
+// (or all of them) and presses Display; the table shows one closed group row per key, and a
+// click opens or closes a group in place. The table can be exported and printed.
+//
+// A report is built on a thread of its own while a progress bar runs: the window stays
+// responsive over gigabytes of logs, and the table gets the same report a build in one pass on
+// the main thread would give.
 class ReportsView : public QWidget {
     Q_OBJECT
 
@@ -20,9 +33,51 @@ public:
     explicit ReportsView(AppDelegate& delegate, QWidget* parent = nullptr);
     ~ReportsView() override;
 
+    ReportTableModel& model() const { return *m_model; }
+    QTableView& tableView() const;
+
+    // Each time the page is shown: no grouping, "All Logs", an empty table with its columns
+    // hidden; a report still being built is dropped.
+    void viewWillAppear();
+
+    // Whether a group row with this key is in the table; the key argument is not consulted.
+    bool findText(const QString& text, const QString& key) const;
+
+    // Prints the table as it stands on an already set-up printer.
+    bool printTable(QPrinter& printer) const;
+
+public slots:
+    // reportNameSelected:, reportFilterSelected:
+    void reportNameSelected();
+    void reportFilterSelected();
+    // displayReport:
+    void displayReport();
+    // tableClicked:
+    void tableClicked();
+    // exportResults:, printResults:
+    void exportResults();
+    void printResults();
+
+signals:
+    // A report was built and shown (or the table emptied for no grouping).
+    void reportShown();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     std::unique_ptr<Ui::ReportsView> m_ui;
     AppDelegate& m_delegate;
+    ReportTableModel* m_model;
+    std::unique_ptr<ReportBuild> m_build;
+
+    void setUpTable();
+    void enableDisplayWhenChosen();
+    void setColumnsFor(ReportGrouping grouping);
+    void setColumnsVisible(bool visible);
+    void startBuild(ReportGrouping grouping);
+    void showReport(std::shared_ptr<const Report> report);
+    void stopBuild();
 };
 
 } // namespace velmora
