@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QHeaderView>
+#include <QHideEvent>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QShowEvent>
@@ -72,6 +73,9 @@ void ReportsView::setUpTable() {
     const std::array<std::string_view, 4> hostTitles = reportColumnTitles(ReportGrouping::Host);
     std::transform(hostTitles.begin(), hostTitles.end(), titles.begin(), fromUtf8);
     m_model->setTitles(titles);
+    // The column widths are worked out from the table's width when a report is displayed; a
+    // scroll bar that came and went with the rows would change it.
+    table.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     // Millions of rows: every row has the same height, so the table never walks them.
     QHeaderView& rows = *table.verticalHeader();
     rows.setSectionResizeMode(QHeaderView::Fixed);
@@ -83,6 +87,13 @@ void ReportsView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (!event->spontaneous()) {
         viewWillAppear();
+    }
+}
+
+void ReportsView::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (!event->spontaneous()) {
+        stopBuild();
     }
 }
 

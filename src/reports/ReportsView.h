@@ -64,6 +64,8 @@ signals:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    // Leaving the page drops a report still being built: the page starts afresh on its return.
+    void hideEvent(QHideEvent* event) override;
 
 private:
     std::unique_ptr<Ui::ReportsView> m_ui;

@@ -4,9 +4,11 @@
 
 #include <QAbstractItemModelTester>
 #include <QComboBox>
+#include <QFile>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QPrintDialog>
 #include <QPrinter>
 #include <QProcess>
 #include <QProgressBar>
@@ -345,6 +347,12 @@ void ReportsViewTest::printingToPdfHoldsEveryRow() {
         QVERIFY2(text.contains(shown), shown);
     }
     QVERIFY(!text.contains("d1")); // the db group is closed
+
+    // The print dialog, cancelled, prints nothing.
+    QFile::remove(pdf);
+    test::whenModal<QPrintDialog>([](QPrintDialog& dialog) { dialog.reject(); });
+    m_page->printResults();
+    QVERIFY(!QFile::exists(pdf));
 }
 
 QTEST_MAIN(ReportsViewTest)

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/system/AtomicFileWriter.h"
 #include "support/TempDir.h"
 
 namespace velmora {
@@ -75,6 +76,31 @@ TEST_F(AtomicFileTest, AFailedReplaceLeavesTheOldFileAndNoLeftovers) {
     EXPECT_EQ(readFile(file), "old content");
 
     std::filesystem::remove(directory);
+    expectOnlyTarget();
+}
+
+TEST_F(AtomicFileTest, AWriterReplacesOnlyOnCommit) {
+    writeFile(file, "old content");
+    {
+        Result<AtomicFileWriter> dropped =
+            AtomicFileWriter::open(file.string(), NewFileMode::UserDefault);
+        ASSERT_TRUE(dropped);
+        ASSERT_TRUE(dropped->write("never "));
+        ASSERT_TRUE(dropped->write("committed"));
+    }
+    EXPECT_EQ(readFile(file), "old content");
+    expectOnlyTarget();
+
+    Result<AtomicFileWriter> writer =
+        AtomicFileWriter::open(file.string(), NewFileMode::UserDefault);
+    ASSERT_TRUE(writer);
+    ASSERT_TRUE(writer->write("new "));
+    ASSERT_TRUE(writer->write(""));
+    ASSERT_TRUE(writer->write("content"));
+    EXPECT_EQ(readFile(file), "old content");
+    ASSERT_TRUE(writer->commit());
+    EXPECT_EQ(readFile(file), "new content");
+    EXPECT_FALSE(writer->commit());
     expectOnlyTarget();
 }
 
