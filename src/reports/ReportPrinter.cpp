@@ -78,7 +78,7 @@ void ReportPrinter::printRow(QPainter& painter, int row, int top) const {
         QRect cell = QRect(column.left, top, column.width, m_rowHeight)
                          .adjusted(kCellMargin, 0, -kCellMargin, 0);
         const QModelIndex index = m_model.index(row, column.section);
-        const QIcon image = index.data(Qt::DecorationRole).value<QIcon>();
+        const auto image = index.data(Qt::DecorationRole).value<QIcon>();
         if (!image.isNull()) {
             const int side = m_rowHeight * 2 / 3;
             image.paint(&painter, QRect(cell.left(), top + (m_rowHeight - side) / 2, side, side));

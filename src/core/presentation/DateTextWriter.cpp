@@ -76,10 +76,10 @@ const std::optional<DateFormat::MinuteText>& DateTextWriter::minuteText(std::int
 }
 
 void DateTextWriter::fill(const DateFormat::MinuteText& text, int secondOfMinute) {
-    char digits[2] = {static_cast<char>('0' + secondOfMinute / 10),
-                      static_cast<char>('0' + secondOfMinute % 10)};
+    const std::array<char, 2> digits = {static_cast<char>('0' + secondOfMinute / 10),
+                                        static_cast<char>('0' + secondOfMinute % 10)};
     const std::string_view value =
-        secondOfMinute < 10 ? std::string_view(digits + 1, 1) : std::string_view(digits, 2);
+        secondOfMinute < 10 ? std::string_view(&digits[1], 1) : std::string_view(digits.data(), 2);
     m_text.clear();
     m_text += text.literals.front();
     for (std::size_t i = 1; i < text.literals.size(); ++i) {

@@ -50,6 +50,10 @@ enum class DetailId : std::uint32_t {};
 // the build only one thread at a time may use a report.
 class Report {
 public:
+    // Shared, never copied: its table of keys reads deferred keys back through the report.
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+
     ReportGrouping grouping() const { return m_grouping; }
     const std::string& dateFormat() const { return m_dates.displayFormat(); }
 
@@ -87,8 +91,6 @@ private:
     static constexpr std::size_t kShownLines = 256; // a power of two
 
     Report(ReportGrouping grouping, std::string_view dateFormat);
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
 
     ReportGrouping m_grouping;
     std::array<ReportField, 4> m_columns;

@@ -60,7 +60,7 @@ private:
 
     struct Entry {
         TextPosition at; // or {kDeferred, reference}
-        std::uint32_t length;
+        std::uint32_t length = 0;
     };
     struct Slot {
         std::uint32_t hash = 0;

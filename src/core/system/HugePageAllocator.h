@@ -19,7 +19,7 @@ public:
 
     HugePageAllocator() noexcept = default;
     template <typename U>
-    HugePageAllocator(const HugePageAllocator<U>&) noexcept {}
+    HugePageAllocator(const HugePageAllocator<U>& /*other*/) noexcept {}
 
     T* allocate(std::size_t n) {
         if (n * sizeof(T) < kHugePage) {
@@ -44,7 +44,7 @@ public:
     }
 
     template <typename U>
-    bool operator==(const HugePageAllocator<U>&) const noexcept {
+    bool operator==(const HugePageAllocator<U>& /*other*/) const noexcept {
         return true;
     }
 
