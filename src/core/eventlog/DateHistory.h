@@ -20,6 +20,13 @@ namespace velmora {
 // over ten million rows. Instead each appearance is recorded here once, and a row's date and
 // image are worked out when the row is looked at, by replaying the appearances it lived
 // through. The results are those of the eager rewrite.
+//
+// Time is counted in epochs: every appearance, and every change of the format that rows shown
+// at once are decorated with, is one epoch. Consecutive appearances with the same formats and
+// levels share one entry: replaying it n times stops as soon as a row stops changing (a
+// rewrite is a function of the row, so a row it leaves as it was stays so), which is after the
+// first or second time for any real format. So a row looked at after hundreds of showings
+// replays one entry per change of formats or levels, not one per showing.
 class DateHistory {
 public:
     // What a row shows after the appearances up to `epoch`.
@@ -29,9 +36,8 @@ public:
         std::uint32_t epoch = 0;
     };
 
-    // Index of the next entry: a row inserted now has lived through none of the entries
-    // before it.
-    std::uint32_t epoch() const { return static_cast<std::uint32_t>(m_entries.size()); }
+    // The current epoch: a row inserted now has lived through none of the epochs before it.
+    std::uint32_t epoch() const { return m_epoch; }
 
     // The page appears with these formats (the delegate's oldDateFormat and newDateFormat) and
     // severity levels: every row in the list at this moment is rewritten.
@@ -51,6 +57,9 @@ public:
     // the list stops changing), or up to now.
     void advance(RowState& state, Severity severity, std::uint32_t endEpoch = UINT32_MAX) const;
 
+    // The number of distinct entries recorded, for tests and figures.
+    std::size_t entryCount() const { return m_entries.size(); }
+
     // The display text of a time stamp in a format, as `removeEvent:` and the popup test use it.
     std::string formatTimestamp(std::string_view timestamp, std::string_view format) const;
     // The instant of a display text in a format, as deletion reads it back.
@@ -58,15 +67,22 @@ public:
 
 private:
     struct Entry {
+        std::uint32_t firstEpoch;
+        std::uint32_t repeats;
         bool appearance; // false: only a decoration format for rows inserted after it
         std::string oldFormat;
         std::string newFormat;
         SeverityLevels levels;
     };
-    std::vector<Entry> m_entries;
+    std::vector<Entry> m_entries; // ascending firstEpoch, one entry for every epoch
+    std::uint32_t m_epoch = 0;
     mutable DateFormatCache m_formats;
 
-    void rewrite(RowState& state, const Entry& entry, Severity severity) const;
+    std::vector<Entry>::const_iterator entryAt(std::uint32_t epoch) const;
+    // Replays an entry up to `times` times; stops early once the row no longer changes.
+    void replay(RowState& state, const Entry& entry, Severity severity, std::uint32_t times) const;
+    // One appearance; returns whether the row changed.
+    bool rewrite(RowState& state, const Entry& entry, Severity severity) const;
 };
 
 } // namespace velmora
