@@ -204,9 +204,7 @@ void WindowController::initializeLog() {
     timer.start();
     LoadReport report;
     m_scan->model().rebuild([&](EventStore& store) {
-        store.counters().reset();
-        m_delegate.runtime() = RuntimeSettings::load(m_delegate.settingsStore().readDictionary());
-        report = loadLogFiles(m_delegate.dataDirectory(), store);
+        report = velmora::initializeLog(m_delegate.settingsStore(), store, m_delegate.runtime());
     });
     qCInfo(lcApp).nospace() << "data directory " << m_delegate.dataDirectory().c_str() << ": "
                             << report.events << " events from " << report.files << " files ("

@@ -18,8 +18,7 @@ struct LoadedList {
 // The event list and the run-time settings exactly as the console builds them at start.
 std::unique_ptr<LoadedList> loadList(const Context& context) {
     auto list = std::make_unique<LoadedList>();
-    list->runtime = RuntimeSettings::load(context.store.readDictionary());
-    loadLogFiles(context.store.dataDirectory(), list->store);
+    initializeLog(context.store, list->store, list->runtime);
     return list;
 }
 

@@ -24,10 +24,6 @@ EventStore::EventStore() {
     m_countedAs.push_back(SeveritySet{Severity::Unknown});
 }
 
-void EventStore::reserve(std::size_t events) {
-    m_rows.reserve(events);
-}
-
 void EventStore::classify(std::uint32_t priority) {
     while (m_displaySeverity.size() <= priority) {
         const std::string_view text =
@@ -38,31 +34,31 @@ void EventStore::classify(std::uint32_t priority) {
 }
 
 EventId EventStore::enter(const Event& e) {
-    const std::uint32_t id = m_eventCount;
-    if (id % kEventsPerBlock == 0) {
-        m_eventBlocks.push_back(std::make_unique_for_overwrite<Event[]>(kEventsPerBlock));
-    }
-    event(id) = e;
-    ++m_eventCount;
+    const auto id = static_cast<std::uint32_t>(m_events.size());
+    m_events.push_back(e);
     m_rows.push_back(id);
+    if (m_epochStarts.empty() || m_epochStarts.back().epoch != m_dates.epoch()) {
+        m_epochStarts.push_back({id, m_dates.epoch()});
+    }
+    if (!m_endEpochs.empty()) {
+        m_endEpochs.push_back(kInList);
+    }
     classify(e.priority);
     m_counters.count(m_countedAs[e.priority]);
     return EventId{id};
 }
 
-EventId EventStore::insertLoaded(TextPosition line, std::uint16_t dateLength,
-                                 std::uint16_t messageStart, std::uint16_t messageLength,
-                                 std::uint32_t priority, std::uint32_t host) {
-    return enter({line, dateLength, messageStart, messageLength, 0, priority, host, m_dates.epoch(),
-                  kInList});
+EventId EventStore::insertLine(std::string_view date, std::uint32_t priority, std::uint32_t host,
+                               std::string_view message) {
+    return enter({m_arena.append(date, message), priority, host,
+                  static_cast<std::uint16_t>(date.size()),
+                  static_cast<std::uint16_t>(message.size()), 0});
 }
 
 EventStore::Event EventStore::compose(const EventFields& f, std::uint32_t id) {
     Event e{};
     e.priority = f.priority ? m_priorities.intern(*f.priority) : StringPool::kAbsent;
     e.host = f.host ? m_hosts.intern(*f.host) : StringPool::kAbsent;
-    e.startEpoch = m_dates.epoch();
-    e.endEpoch = kInList;
     if (!fitsCompact(f)) {
         e.flags |= kOversize;
         e.dateLength = e.messageLength = kAbsentLength;
@@ -73,16 +69,16 @@ EventStore::Event EventStore::compose(const EventFields& f, std::uint32_t id) {
     const std::string_view date = f.date.value_or(std::string_view());
     e.text = m_arena.append(date, f.message.value_or(std::string_view()));
     e.dateLength = f.date ? static_cast<std::uint16_t>(date.size()) : kAbsentLength;
-    e.messageStart = static_cast<std::uint16_t>(date.size());
     e.messageLength = f.message ? static_cast<std::uint16_t>(f.message->size()) : kAbsentLength;
     return e;
 }
 
 EventId EventStore::insert(const EventFields& fields, Dictionary extras) {
-    Event e = compose(fields, m_eventCount);
+    const auto id = static_cast<std::uint32_t>(m_events.size());
+    Event e = compose(fields, id);
     if (!extras.empty()) {
         e.flags |= kHasExtras;
-        m_extras[m_eventCount] = std::move(extras);
+        m_extras[id] = std::move(extras);
     }
     return enter(e);
 }
@@ -91,12 +87,12 @@ EventId EventStore::insertDecorated(const EventFields& fields, Dictionary extras
                                     std::string_view newDateFormat, const SeverityLevels& levels) {
     m_dates.decorate(newDateFormat, levels);
     const EventId id = insert(fields, std::move(extras));
-    event(static_cast<std::uint32_t>(id)).flags |= kDecorated;
+    m_events[static_cast<std::uint32_t>(id)].flags |= kDecorated;
     return id;
 }
 
 std::optional<std::string_view> EventStore::rawDate(EventId id) const {
-    const Event& e = event(static_cast<std::uint32_t>(id));
+    const Event& e = m_events[static_cast<std::uint32_t>(id)];
     if (e.flags & kOversize) {
         const auto& t = m_oversize.at(static_cast<std::uint32_t>(id)).date;
         return t ? std::optional<std::string_view>(*t) : std::nullopt;
@@ -108,7 +104,7 @@ std::optional<std::string_view> EventStore::rawDate(EventId id) const {
 }
 
 std::optional<std::string_view> EventStore::message(EventId id) const {
-    const Event& e = event(static_cast<std::uint32_t>(id));
+    const Event& e = m_events[static_cast<std::uint32_t>(id)];
     if (e.flags & kOversize) {
         const auto& t = m_oversize.at(static_cast<std::uint32_t>(id)).message;
         return t ? std::optional<std::string_view>(*t) : std::nullopt;
@@ -116,17 +112,18 @@ std::optional<std::string_view> EventStore::message(EventId id) const {
     if (e.messageLength == kAbsentLength) {
         return std::nullopt;
     }
-    return m_arena.view({e.text.block, e.text.offset + e.messageStart}, e.messageLength);
+    const std::uint32_t dateBytes = e.dateLength == kAbsentLength ? 0 : e.dateLength;
+    return m_arena.view({e.text.block, e.text.offset + dateBytes}, e.messageLength);
 }
 
 std::optional<std::string_view> EventStore::priority(EventId id) const {
-    const std::uint32_t p = event(static_cast<std::uint32_t>(id)).priority;
+    const std::uint32_t p = m_events[static_cast<std::uint32_t>(id)].priority;
     return p == StringPool::kAbsent ? std::nullopt
                                     : std::optional<std::string_view>(m_priorities.text(p));
 }
 
 std::optional<std::string_view> EventStore::host(EventId id) const {
-    const std::uint32_t h = event(static_cast<std::uint32_t>(id)).host;
+    const std::uint32_t h = m_events[static_cast<std::uint32_t>(id)].host;
     return h == StringPool::kAbsent ? std::nullopt
                                     : std::optional<std::string_view>(m_hosts.text(h));
 }
@@ -137,23 +134,34 @@ const Dictionary* EventStore::extras(EventId id) const {
 }
 
 Severity EventStore::displaySeverity(EventId id) const {
-    return m_displaySeverity[event(static_cast<std::uint32_t>(id)).priority];
+    return m_displaySeverity[m_events[static_cast<std::uint32_t>(id)].priority];
+}
+
+std::uint32_t EventStore::startEpoch(std::uint32_t id) const {
+    const auto after = std::upper_bound(
+        m_epochStarts.begin(), m_epochStarts.end(), id,
+        [](std::uint32_t event, const EpochStart& start) { return event < start.firstEvent; });
+    return std::prev(after)->epoch;
+}
+
+std::uint32_t EventStore::endEpoch(std::uint32_t id) const {
+    return m_endEpochs.empty() ? kInList : m_endEpochs[id];
 }
 
 const DateHistory::RowState& EventStore::state(EventId id) const {
     const auto key = static_cast<std::uint32_t>(id);
-    const Event& e = event(key);
     auto it = m_stateCache.find(key);
     if (it == m_stateCache.end()) {
         if (m_stateCache.size() >= kMaxCachedStates) {
             m_stateCache.clear();
         }
+        const bool decorated = (m_events[key].flags & kDecorated) != 0;
         it = m_stateCache
-                 .emplace(key, m_dates.initialState(rawDate(id), (e.flags & kDecorated) != 0,
-                                                    e.startEpoch, displaySeverity(id)))
+                 .emplace(key, m_dates.initialState(rawDate(id), decorated, startEpoch(key),
+                                                    displaySeverity(id)))
                  .first;
     }
-    m_dates.advance(it->second, displaySeverity(id), e.endEpoch);
+    m_dates.advance(it->second, displaySeverity(id), endEpoch(key));
     return it->second;
 }
 
@@ -171,18 +179,31 @@ void EventStore::appear(std::string_view oldDateFormat, std::string_view newDate
 }
 
 void EventStore::removeRows(std::span<const std::size_t> rows) {
-    if (rows.empty()) {
+    if (m_endEpochs.empty() && !rows.empty()) {
+        m_endEpochs.assign(m_events.size(), kInList);
+    }
+    // Rows count from the top; m_rows holds the oldest first. Mark, then close the gaps in one
+    // pass over the part of m_rows from the lowest marked slot on: removing rows near the top,
+    // where new events arrive, moves only the few rows above them.
+    const std::uint32_t now = m_dates.epoch();
+    std::size_t firstGap = m_rows.size();
+    for (const std::size_t row : rows) {
+        if (row >= m_rows.size()) {
+            continue;
+        }
+        const std::size_t slot = m_rows.size() - 1 - row;
+        if (m_rows[slot] == kRemoved) {
+            continue;
+        }
+        m_endEpochs[m_rows[slot]] = now;
+        m_rows[slot] = kRemoved;
+        firstGap = std::min(firstGap, slot);
+    }
+    if (firstGap == m_rows.size()) {
         return;
     }
-    // Rows count from the top; m_rows holds the oldest first. Mark, then compact once.
-    const std::uint32_t now = m_dates.epoch();
-    constexpr std::uint32_t kGone = UINT32_MAX;
-    for (const std::size_t row : rows) {
-        std::uint32_t& slot = m_rows[m_rows.size() - 1 - row];
-        event(slot).endEpoch = now;
-        slot = kGone;
-    }
-    std::erase(m_rows, kGone);
+    const auto kept = std::remove(m_rows.begin() + firstGap, m_rows.end(), kRemoved);
+    m_rows.truncate(static_cast<std::size_t>(kept - m_rows.begin()));
 }
 
 std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displayDate,
@@ -196,7 +217,7 @@ std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displa
     }
     for (std::size_t row = 0; row < m_rows.size(); ++row) {
         const std::uint32_t id = m_rows[m_rows.size() - 1 - row];
-        const Event& e = event(id);
+        const Event& e = m_events[id];
         if (e.priority != p || e.host != h) {
             continue;
         }
@@ -213,8 +234,8 @@ std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displa
 }
 
 std::size_t EventStore::memoryBytes() const {
-    return m_arena.reservedBytes() + m_eventBlocks.size() * kEventsPerBlock * sizeof(Event) +
-           m_rows.capacity() * sizeof(std::uint32_t);
+    return m_arena.usedBytes() + m_events.usedBytes() + m_rows.usedBytes() +
+           m_endEpochs.capacity() * sizeof(std::uint32_t);
 }
 
 } // namespace velmora

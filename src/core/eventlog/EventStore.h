@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "core/archive/Value.h"
 #include "core/eventlog/DateHistory.h"
+#include "core/eventlog/HugeArray.h"
 #include "core/eventlog/SeverityCounters.h"
 #include "core/eventlog/StringPool.h"
 #include "core/eventlog/TextArena.h"
@@ -35,10 +35,11 @@ struct EventFields {
 // The console's event list: every event read from the log files or announced by the server,
 // newest first (row 0 is the top of the events table), with the nine severity counters.
 //
-// It is built for ten million events: the texts of loaded lines stay in the arena blocks the
-// files were read into, priorities and hosts are interned, an event costs 32 bytes of its own
-// plus 4 in the row order, and inserting at the top is an append (rows are kept oldest first).
-// Dates and images are not written into the events: DateHistory works them out on demand.
+// It is built for ten million events: an event's date and message are copied one after the
+// other into a text arena, its priority and host are interned, its record costs 24 bytes and
+// its row 4, and inserting at the top is an append (rows are kept oldest first). Records and
+// rows live in page memory that grows without copying. Dates and images are not written into
+// the events: DateHistory works them out on demand.
 class EventStore {
 public:
     EventStore();
@@ -54,14 +55,12 @@ public:
     EventId insertDecorated(const EventFields& fields, Dictionary extras,
                             std::string_view newDateFormat, const SeverityLevels& levels);
 
-    // For the loader: the line's texts are already in the arena, at `line`; the date starts
-    // there and the message `messageStart` bytes later. Lengths are those of a piece (< 1024).
-    EventId insertLoaded(TextPosition line, std::uint16_t dateLength, std::uint16_t messageStart,
-                         std::uint16_t messageLength, std::uint32_t priority, std::uint32_t host);
-    TextArena& arena() { return m_arena; }
+    // For the loader: a line's four fields, its priority and host already interned in
+    // priorities() and hosts(). The date and message are a piece's (under 1024 bytes).
+    EventId insertLine(std::string_view date, std::uint32_t priority, std::uint32_t host,
+                       std::string_view message);
     StringPool& priorities() { return m_priorities; }
     StringPool& hosts() { return m_hosts; }
-    void reserve(std::size_t events);
 
     // --- the list ---
 
@@ -90,8 +89,9 @@ public:
                 const SeverityLevels& levels);
     const DateHistory& dates() const { return m_dates; }
 
-    // Removes rows (indexes from the top, ascending, no duplicates). The counters are left as
-    // they are. Removed events keep their texts and their last date and image.
+    // Removes rows (indexes from the top, in any order; an index out of range or given twice
+    // is passed over). The counters are left as they are. Removed events keep their texts and
+    // their last date and image. One pass over the rows above the lowest removed one.
     void removeRows(std::span<const std::size_t> rows);
 
     // The first row from the top whose date text equals `displayDate` and whose priority, host
@@ -104,12 +104,13 @@ public:
     SeverityCounters& counters() { return m_counters; }
     const SeverityCounters& counters() const { return m_counters; }
 
-    // Bytes held by the store, for the memory figures.
+    // Bytes of the records, rows and texts in use, for the memory figures.
     std::size_t memoryBytes() const;
 
 private:
     static constexpr std::uint16_t kAbsentLength = 0xFFFF;
     static constexpr std::uint32_t kInList = UINT32_MAX;
+    static constexpr std::uint32_t kRemoved = UINT32_MAX; // a row slot being removed
 
     enum Flags : std::uint8_t {
         kDecorated = 1, // decorated at insertion
@@ -117,16 +118,14 @@ private:
         kHasExtras = 4,
     };
 
+    // The date, then the message right after it, in the arena.
     struct Event {
-        TextPosition text;        // the date text, the message `messageStart` bytes later
-        std::uint16_t dateLength; // kAbsentLength: no date
-        std::uint16_t messageStart;
-        std::uint16_t messageLength; // kAbsentLength: no message
-        std::uint8_t flags;
+        TextPosition text;
         std::uint32_t priority; // StringPool ids; kAbsent: no text
         std::uint32_t host;
-        std::uint32_t startEpoch; // the first DateHistory entry that rewrites it
-        std::uint32_t endEpoch;   // kInList, or the epoch at which it left the list
+        std::uint16_t dateLength;    // kAbsentLength: no date
+        std::uint16_t messageLength; // kAbsentLength: no message
+        std::uint8_t flags;
     };
 
     struct LongTexts {
@@ -134,12 +133,15 @@ private:
         std::optional<std::string> message;
     };
 
-    // Events in blocks of fixed size: growing never moves them, so no insertion stalls on a
-    // copy of millions of events.
-    static constexpr std::size_t kEventsPerBlock = std::size_t{1} << 16;
-    std::vector<std::unique_ptr<Event[]>> m_eventBlocks;
-    std::uint32_t m_eventCount = 0;
-    std::vector<std::uint32_t> m_rows; // event ids, oldest first
+    // The epoch from which events are rewritten by the date history: it only ever rises, so
+    // the events entered since one change share one entry here (first event id, epoch).
+    struct EpochStart {
+        std::uint32_t firstEvent;
+        std::uint32_t epoch;
+    };
+
+    HugeArray<Event> m_events;       // by id
+    HugeArray<std::uint32_t> m_rows; // event ids, oldest first
 
     TextArena m_arena;
     StringPool m_priorities;
@@ -153,18 +155,18 @@ private:
 
     SeverityCounters m_counters;
     DateHistory m_dates;
+    std::vector<EpochStart> m_epochStarts;
+    // Per event id, the epoch at which it left the list (kInList while in it); kept only from
+    // the first removal on.
+    std::vector<std::uint32_t> m_endEpochs;
     // Rows looked at recently, so that painting the table does not replay history again.
     mutable std::unordered_map<std::uint32_t, DateHistory::RowState> m_stateCache;
 
-    Event& event(std::uint32_t id) {
-        return m_eventBlocks[id / kEventsPerBlock][id % kEventsPerBlock];
-    }
-    const Event& event(std::uint32_t id) const {
-        return m_eventBlocks[id / kEventsPerBlock][id % kEventsPerBlock];
-    }
     EventId enter(const Event& e);
     Event compose(const EventFields& fields, std::uint32_t id);
     void classify(std::uint32_t priority);
+    std::uint32_t startEpoch(std::uint32_t id) const;
+    std::uint32_t endEpoch(std::uint32_t id) const;
     const DateHistory::RowState& state(EventId id) const;
 };
 

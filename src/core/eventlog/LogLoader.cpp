@@ -7,6 +7,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "core/eventlog/LogDirectory.h"
 #include "core/eventlog/LogLineReader.h"
@@ -16,74 +17,117 @@ namespace velmora {
 
 namespace {
 
-// A file that grows while it is read continues in blocks of at least this size.
-constexpr std::size_t kMinBlockBytes = std::size_t{1} << 20;
-
-class FileReader {
+// A log file opened for reading, closed on every way out.
+class LogFile {
 public:
-    explicit FileReader(int fd)
-        : m_fd(fd) {}
-    FileReader(const FileReader&) = delete;
-    FileReader& operator=(const FileReader&) = delete;
-    ~FileReader() {
+    explicit LogFile(const std::string& path)
+        // O_NONBLOCK: a FIFO named like a log file must not hang the start of the console.
+        : m_fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+        struct stat st {};
+        // Directories, devices and sockets named *.log are not log files.
+        if (m_fd >= 0 && (::fstat(m_fd, &st) != 0 || !S_ISREG(st.st_mode))) {
+            ::close(m_fd);
+            m_fd = -1;
+        }
+        if (m_fd >= 0) {
+            ::posix_fadvise(m_fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+        }
+    }
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+    ~LogFile() {
         if (m_fd >= 0) {
             ::close(m_fd);
         }
     }
-    bool valid() const { return m_fd >= 0; }
-    int fd() const { return m_fd; }
 
-    // Fills [data, data + capacity) as far as the file goes. Returns the bytes read, or -1 on a
-    // read error.
-    std::ptrdiff_t fill(char* data, std::size_t capacity) {
-        std::size_t filled = 0;
-        while (filled < capacity) {
-            const ssize_t n = ::read(m_fd, data + filled, capacity - filled);
-            if (n == 0) {
-                m_atEnd = true;
-                break;
-            }
-            if (n < 0) {
-                if (errno == EINTR) {
-                    continue;
-                }
-                return -1;
-            }
-            filled += static_cast<std::size_t>(n);
-        }
-        return static_cast<std::ptrdiff_t>(filled);
+    bool valid() const { return m_fd >= 0; }
+
+    // Reads up to capacity bytes: 0 at the end of the file, -1 on a read error.
+    ssize_t read(char* data, std::size_t capacity) const {
+        ssize_t n = 0;
+        do {
+            n = ::read(m_fd, data, capacity);
+        } while (n < 0 && errno == EINTR);
+        return n;
     }
-    bool atEnd() const { return m_atEnd; }
 
 private:
     int m_fd;
-    bool m_atEnd = false;
 };
 
+// Enters the pieces of log files into the store. A file is read in blocks into one buffer
+// that is used again for every block; a piece cut by the end of a block is carried to the
+// start of the next. Only the date and the message of a line are copied into the store.
 class Loader {
 public:
-    explicit Loader(EventStore& store)
-        : m_store(store) {}
+    Loader(EventStore& store, std::size_t readBytes)
+        : m_store(store)
+        , m_readBytes(std::max<std::size_t>(readBytes, 1))
+        , m_buffer(m_readBytes + kMaxPieceBytes) {}
 
-    // One block of a file: every whole piece enters the list. Returns the bytes of a last,
-    // incomplete piece (the file goes on in the next block).
-    std::size_t parseBlock(std::uint32_t block, const char* data, std::size_t size, bool atEnd) {
-        const std::string_view bytes(data, size);
-        const auto visit = [&](std::string_view piece) { enter(block, data, piece); };
-        if (atEnd) {
-            forEachPiece(bytes, visit);
-            return 0;
+    // Returns whether the file could be opened. A read error ends the file where it occurs.
+    bool loadFile(const std::string& path, LoadReport& report) {
+        const LogFile file(path);
+        if (!file.valid()) {
+            return false;
         }
-        return size - forEachCompletePiece(bytes, visit);
+        m_lineStart = true;
+        std::size_t carried = 0;
+        for (;;) {
+            const ssize_t n = file.read(m_buffer.data() + carried, m_readBytes);
+            if (n < 0) {
+                return true;
+            }
+            report.bytes += static_cast<std::size_t>(n);
+            const std::string_view block(m_buffer.data(), carried + static_cast<std::size_t>(n));
+            const bool atEnd = n == 0;
+            const std::size_t consumed = enterBlock(block, atEnd);
+            if (atEnd) {
+                return true;
+            }
+            carried = block.size() - consumed;
+            std::memmove(m_buffer.data(), m_buffer.data() + consumed, carried);
+        }
     }
 
     std::size_t events() const { return m_events; }
 
 private:
     EventStore& m_store;
+    std::size_t m_readBytes;
+    std::vector<char> m_buffer;
     std::size_t m_events = 0;
+    bool m_lineStart = true; // the next piece starts a line (it follows a line feed)
 
-    void enter(std::uint32_t block, const char* blockData, std::string_view piece) {
+    // Enters every piece of the block, or every whole piece when more of the file follows;
+    // returns the bytes they cover.
+    std::size_t enterBlock(std::string_view block, bool atEnd) {
+        // Most text is valid UTF-8: checking the block's whole lines at once is much cheaper
+        // than checking line by line. A piece that is a whole line inside a valid stretch of
+        // whole lines is valid too, since a line feed always ends a character.
+        const std::size_t linesEnd = atEnd ? block.size() : endOfLastLine(block);
+        const bool linesValid = linesEnd > 0 && isValidUtf8(block.substr(0, linesEnd));
+        const char* const blockEnd = block.data() + block.size();
+        const auto enter = [&](std::string_view piece) {
+            const bool startsLine = m_lineStart;
+            m_lineStart = piece.back() == '\n';
+            const bool endsLine = m_lineStart || (atEnd && piece.data() + piece.size() == blockEnd);
+            enterPiece(piece, linesValid && startsLine && endsLine);
+        };
+        return atEnd ? (forEachPiece(block, enter), block.size())
+                     : forEachCompletePiece(block, enter);
+    }
+
+    static std::size_t endOfLastLine(std::string_view block) {
+        const void* lineFeed = ::memrchr(block.data(), '\n', block.size());
+        return lineFeed == nullptr
+                   ? 0
+                   : static_cast<std::size_t>(static_cast<const char*>(lineFeed) - block.data()) +
+                         1;
+    }
+
+    void enterPiece(std::string_view piece, bool knownValid) {
         const std::optional<LogFields> fields = parseLogPiece(piece);
         if (!fields) {
             return;
@@ -91,80 +135,44 @@ private:
         ++m_events;
         const char* begin = fields->date.data();
         const char* end = fields->message.data() + fields->message.size();
-        if (!isValidUtf8(std::string_view(begin, static_cast<std::size_t>(end - begin)))) {
-            const std::string date = decodeLenient(fields->date);
-            const std::string priority = decodeLenient(fields->priority);
-            const std::string host = decodeLenient(fields->host);
-            const std::string message = decodeLenient(fields->message);
-            m_store.insert({date, priority, host, message});
+        if (knownValid ||
+            isValidUtf8(std::string_view(begin, static_cast<std::size_t>(end - begin)))) {
+            m_store.insertLine(fields->date, m_store.priorities().intern(fields->priority),
+                               m_store.hosts().intern(fields->host), fields->message);
             return;
         }
-        m_store.insertLoaded({block, static_cast<std::uint32_t>(begin - blockData)},
-                             static_cast<std::uint16_t>(fields->date.size()),
-                             static_cast<std::uint16_t>(fields->message.data() - begin),
-                             static_cast<std::uint16_t>(fields->message.size()),
-                             m_store.priorities().intern(fields->priority),
-                             m_store.hosts().intern(fields->host));
+        const std::string date = decodeLenient(fields->date);
+        const std::string priority = decodeLenient(fields->priority);
+        const std::string host = decodeLenient(fields->host);
+        const std::string message = decodeLenient(fields->message);
+        m_store.insert({date, priority, host, message});
     }
 };
-
-// Reads one file into arena blocks. A piece never spans two blocks: the bytes of a piece cut by
-// the end of a block are carried to the start of the next.
-bool loadFile(const std::string& path, EventStore& store, Loader& loader, std::size_t blockBytes,
-              LoadReport& report) {
-    // O_NONBLOCK: a FIFO named like a log file must not hang the start of the console.
-    FileReader file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat st {};
-    if (!file.valid() || ::fstat(file.fd(), &st) != 0 || !S_ISREG(st.st_mode)) {
-        return false; // directories, devices and sockets named *.log are not log files
-    }
-    std::size_t expected = static_cast<std::size_t>(st.st_size);
-    std::string carry;
-    for (;;) {
-        const std::size_t capacity =
-            std::max(std::min(blockBytes,
-                              std::max(expected + carry.size() + kMaxPieceBytes, kMinBlockBytes)),
-                     carry.size() + kMaxPieceBytes);
-        std::uint32_t block = 0;
-        char* data = store.arena().openBlock(capacity, block);
-        if (data == nullptr) {
-            return false;
-        }
-        std::memcpy(data, carry.data(), carry.size());
-        const std::ptrdiff_t read = file.fill(data + carry.size(), capacity - carry.size());
-        if (read < 0) {
-            store.arena().commit(block, 0);
-            return report.bytes > 0;
-        }
-        const std::size_t size = carry.size() + static_cast<std::size_t>(read);
-        report.bytes += static_cast<std::size_t>(read);
-        expected -= std::min(expected, static_cast<std::size_t>(read));
-        const std::size_t rest = loader.parseBlock(block, data, size, file.atEnd());
-        carry.assign(data + size - rest, rest);
-        store.arena().commit(block, size - rest);
-        if (file.atEnd()) {
-            return true;
-        }
-    }
-}
 
 } // namespace
 
 LoadReport loadLogFiles(const std::string& dataDirectory, EventStore& store,
-                        std::size_t blockBytes) {
+                        std::size_t readBytes) {
     LoadReport report;
     const Result<std::vector<std::string>> names = listLogFiles(dataDirectory);
     if (!names) {
         return report;
     }
-    Loader loader(store);
+    Loader loader(store, readBytes);
     for (const std::string& name : *names) {
-        if (loadFile(dataDirectory + "/" + name, store, loader, blockBytes, report)) {
+        if (loader.loadFile(dataDirectory + "/" + name, report)) {
             ++report.files;
         }
     }
     report.events = loader.events();
     return report;
+}
+
+LoadReport initializeLog(const SettingsStore& settings, EventStore& store,
+                         RuntimeSettings& runtime) {
+    store.counters().reset();
+    runtime = RuntimeSettings::load(settings.readDictionary());
+    return loadLogFiles(settings.dataDirectory(), store);
 }
 
 } // namespace velmora

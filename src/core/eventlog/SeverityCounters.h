@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 
 #include "core/presentation/Severity.h"
@@ -15,10 +16,8 @@ public:
 
     // An event counts once for every severity its priority counts as (see countedSeverities).
     void count(const SeveritySet& severities) {
-        for (const Severity s : kAllSeverities) {
-            if (severities.contains(s)) {
-                ++(*this)[s];
-            }
+        for (unsigned bits = severities.bits(); bits != 0; bits &= bits - 1) {
+            ++m_counts[static_cast<std::size_t>(std::countr_zero(bits))];
         }
     }
 

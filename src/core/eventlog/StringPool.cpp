@@ -1,5 +1,6 @@
 #include "core/eventlog/StringPool.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace velmora {
@@ -7,31 +8,15 @@ namespace velmora {
 namespace {
 
 constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15ULL;
+constexpr std::size_t kInlineBytes = 16;
 
-std::uint64_t mix(std::uint64_t h, std::uint64_t word) {
-    h ^= word;
-    h *= kMultiplier;
-    return h ^ (h >> 29);
+std::uint64_t load(const char* p, std::size_t n) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, p, n);
+    return word;
 }
 
 } // namespace
-
-std::uint32_t hashText(std::string_view text) {
-    std::uint64_t h = text.size() * kMultiplier;
-    const char* p = text.data();
-    std::size_t n = text.size();
-    for (; n >= 8; p += 8, n -= 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, p, 8);
-        h = mix(h, word);
-    }
-    if (n > 0) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, p, n);
-        h = mix(h, word);
-    }
-    return static_cast<std::uint32_t>(h ^ (h >> 32));
-}
 
 StringPool::StringPool()
     : m_slots(64)
@@ -39,43 +24,62 @@ StringPool::StringPool()
     m_texts.emplace_back();
 }
 
-std::uint32_t StringPool::intern(std::string_view text) {
-    const std::uint32_t hash = hashText(text);
-    for (std::uint32_t i = hash & m_mask;; i = (i + 1) & m_mask) {
-        Slot& slot = m_slots[i];
-        if (slot.id == kAbsent) {
-            slot = {hash, size()};
-            m_texts.emplace_back(text);
-            if (size() * 2 > m_slots.size()) {
-                grow();
-            }
-            return size() - 1;
-        }
-        if (slot.hash == hash && m_texts[slot.id] == text) {
-            return slot.id;
+StringPool::Key StringPool::keyOf(std::string_view text) {
+    const std::size_t n = text.size();
+    Key key;
+    key.length = n;
+    if (n >= 8) {
+        key.head = load(text.data(), 8);
+        key.tail = load(text.data() + n - 8, 8);
+    } else if (n > 0) {
+        key.head = load(text.data(), n);
+    }
+    return key;
+}
+
+std::uint64_t StringPool::hashOf(const Key& key) {
+    std::uint64_t h = (key.head ^ key.length) * kMultiplier;
+    h = (h ^ (h >> 29) ^ key.tail) * kMultiplier;
+    return h ^ (h >> 32);
+}
+
+std::size_t StringPool::slotFor(std::string_view text, const Key& key) const {
+    for (std::size_t i = hashOf(key) & m_mask;; i = (i + 1) & m_mask) {
+        const Slot& slot = m_slots[i];
+        if (slot.id == kAbsent ||
+            (slot.key == key && (text.size() <= kInlineBytes || m_texts[slot.id] == text))) {
+            return i;
         }
     }
 }
 
-std::uint32_t StringPool::find(std::string_view text) const {
-    const std::uint32_t hash = hashText(text);
-    for (std::uint32_t i = hash & m_mask;; i = (i + 1) & m_mask) {
-        const Slot& slot = m_slots[i];
-        if (slot.id == kAbsent || (slot.hash == hash && m_texts[slot.id] == text)) {
-            return slot.id;
-        }
+std::uint32_t StringPool::intern(std::string_view text) {
+    const Key key = keyOf(text);
+    Slot& slot = m_slots[slotFor(text, key)];
+    if (slot.id != kAbsent) {
+        return slot.id;
     }
+    slot = {key, size()};
+    m_texts.emplace_back(text);
+    if (m_texts.size() * 2 > m_slots.size()) {
+        grow();
+    }
+    return size() - 1;
+}
+
+std::uint32_t StringPool::find(std::string_view text) const {
+    return m_slots[slotFor(text, keyOf(text))].id;
 }
 
 void StringPool::grow() {
     std::vector<Slot> old = std::move(m_slots);
     m_slots.assign(old.size() * 2, Slot{});
-    m_mask = static_cast<std::uint32_t>(m_slots.size() - 1);
+    m_mask = m_slots.size() - 1;
     for (const Slot& slot : old) {
         if (slot.id == kAbsent) {
             continue;
         }
-        std::uint32_t i = slot.hash & m_mask;
+        std::size_t i = hashOf(slot.key) & m_mask;
         while (m_slots[i].id != kAbsent) {
             i = (i + 1) & m_mask;
         }

@@ -3,40 +3,27 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <sys/mman.h>
 #include <utility>
+
+#include "core/eventlog/PageMemory.h"
 
 namespace velmora {
 
 namespace {
 
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
-constexpr std::size_t kAppendBlockBytes = std::size_t{16} << 20;
-
-char* mapBlock(std::size_t bytes) {
-    void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (p == MAP_FAILED) {
-        return nullptr;
-    }
-    ::madvise(p, bytes, MADV_HUGEPAGE);
-    return static_cast<char*>(p);
-}
-
-std::size_t roundUp(std::size_t n, std::size_t to) {
-    return (n + to - 1) / to * to;
-}
+// Large enough that a gigabyte of logs takes few blocks, small enough that a short list does
+// not hold much address space.
+constexpr std::size_t kBlockBytes = std::size_t{32} << 20;
 
 } // namespace
 
 TextArena::TextArena(TextArena&& other) noexcept
-    : m_blocks(std::exchange(other.m_blocks, {}))
-    , m_appendBlock(std::exchange(other.m_appendBlock, UINT32_MAX)) {}
+    : m_blocks(std::exchange(other.m_blocks, {})) {}
 
 TextArena& TextArena::operator=(TextArena&& other) noexcept {
     if (this != &other) {
         release();
         m_blocks = std::exchange(other.m_blocks, {});
-        m_appendBlock = std::exchange(other.m_appendBlock, UINT32_MAX);
     }
     return *this;
 }
@@ -47,48 +34,28 @@ TextArena::~TextArena() {
 
 void TextArena::release() noexcept {
     for (const Block& b : m_blocks) {
-        if (b.data != nullptr) {
-            ::munmap(b.data, b.capacity);
-        }
+        page_memory::unmap(b.data, b.capacity);
     }
     m_blocks.clear();
-    m_appendBlock = UINT32_MAX;
 }
 
-char* TextArena::openBlock(std::size_t capacity, std::uint32_t& index) {
-    const std::size_t bytes = roundUp(capacity == 0 ? 1 : capacity, kHugePage);
-    char* data = mapBlock(bytes);
+void TextArena::openBlock(std::size_t atLeast) {
+    const std::size_t capacity = page_memory::roundUp(std::max(kBlockBytes, atLeast));
+    void* data = page_memory::map(capacity);
     if (data == nullptr) {
-        return nullptr;
+        throw std::bad_alloc();
     }
-    index = static_cast<std::uint32_t>(m_blocks.size());
-    m_blocks.push_back({data, bytes, 0});
-    return data;
-}
-
-void TextArena::commit(std::uint32_t index, std::size_t used) {
-    Block& b = m_blocks[index];
-    b.used = used;
-    // Give back whole unused huge pages at the end of a block.
-    const std::size_t keep = roundUp(used == 0 ? 1 : used, kHugePage);
-    if (keep < b.capacity) {
-        ::munmap(b.data + keep, b.capacity - keep);
-        b.capacity = keep;
-    }
+    m_blocks.push_back({static_cast<char*>(data), capacity, 0});
 }
 
 TextPosition TextArena::append(std::string_view first, std::string_view second) {
     const std::size_t length = first.size() + second.size();
-    if (m_appendBlock == UINT32_MAX ||
-        m_blocks[m_appendBlock].used + length > m_blocks[m_appendBlock].capacity) {
-        std::uint32_t index = 0;
-        if (openBlock(std::max(kAppendBlockBytes, length), index) == nullptr) {
-            throw std::bad_alloc();
-        }
-        m_appendBlock = index;
+    if (m_blocks.empty() || m_blocks.back().used + length > m_blocks.back().capacity) {
+        openBlock(length);
     }
-    Block& b = m_blocks[m_appendBlock];
-    const TextPosition at{m_appendBlock, static_cast<std::uint32_t>(b.used)};
+    Block& b = m_blocks.back();
+    const TextPosition at{static_cast<std::uint32_t>(m_blocks.size() - 1),
+                          static_cast<std::uint32_t>(b.used)};
     // memcpy wants valid pointers even for no bytes, and an empty view may hold none.
     if (!first.empty()) {
         std::memcpy(b.data + b.used, first.data(), first.size());
@@ -100,10 +67,10 @@ TextPosition TextArena::append(std::string_view first, std::string_view second) 
     return at;
 }
 
-std::size_t TextArena::reservedBytes() const {
+std::size_t TextArena::usedBytes() const {
     std::size_t total = 0;
     for (const Block& b : m_blocks) {
-        total += b.capacity;
+        total += b.used;
     }
     return total;
 }

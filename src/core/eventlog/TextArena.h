@@ -13,16 +13,11 @@ struct TextPosition {
     std::uint32_t offset = 0;
 };
 
-// Append-only storage for the texts of the event list. Loaded log files are read straight into
-// big blocks and events point into them, so a loaded line costs no allocation of its own; small
-// texts (live events, leniently decoded lines) are appended to a shared block. Blocks are
-// anonymous mappings that ask for huge pages: touching fresh memory page by page is a large
-// part of the cost of reading a gigabyte of logs.
+// Append-only storage for the texts of the event list: texts are copied one after the other
+// into big blocks of page memory, so a text costs no allocation of its own and nothing but its
+// bytes. A block is never moved or freed while the arena lives, so a view stays valid.
 class TextArena {
 public:
-    // The largest block; a bigger file is read in several blocks.
-    static constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;
-
     TextArena() = default;
     TextArena(const TextArena&) = delete;
     TextArena& operator=(const TextArena&) = delete;
@@ -30,21 +25,16 @@ public:
     TextArena& operator=(TextArena&& other) noexcept;
     ~TextArena();
 
-    // A new block of at least `capacity` bytes for the caller to fill; nullptr when memory is
-    // exhausted. Its used size starts at 0: call commit() with what was filled.
-    char* openBlock(std::size_t capacity, std::uint32_t& index);
-    void commit(std::uint32_t index, std::size_t used);
-
-    // Copies the texts one after the other into the shared block for small texts and returns
-    // the position of the first. Each text must be under kMaxBlockBytes.
+    // Copies the texts one after the other and returns the position of the first. Together
+    // they must be under 4 GiB. Exhausted memory throws std::bad_alloc.
     TextPosition append(std::string_view first, std::string_view second = {});
 
     std::string_view view(TextPosition at, std::size_t length) const {
         return {m_blocks[at.block].data + at.offset, length};
     }
 
-    // Bytes held, for the memory figures.
-    std::size_t reservedBytes() const;
+    // Bytes of the blocks that texts were written into, for the memory figures.
+    std::size_t usedBytes() const;
 
 private:
     struct Block {
@@ -52,10 +42,10 @@ private:
         std::size_t capacity = 0;
         std::size_t used = 0;
     };
-    std::vector<Block> m_blocks;
-    std::uint32_t m_appendBlock = UINT32_MAX;
+    std::vector<Block> m_blocks; // texts go into the last one
 
     void release() noexcept;
+    void openBlock(std::size_t atLeast);
 };
 
 } // namespace velmora

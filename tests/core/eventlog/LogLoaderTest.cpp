@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/archive/KeyedArchive.h"
 #include "core/eventlog/LogDirectory.h"
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/Utf8.h"
@@ -60,20 +61,46 @@ std::string randomLog(std::mt19937& random, std::size_t bytes) {
     return content;
 }
 
-TEST(LogLoader, PiecesCutByBlockBoundariesReadAsInOneBlock) {
+// Valid UTF-8 in lines around the piece size: the cut of a long line falls inside a character,
+// so a piece that is not a whole line is not valid even where the whole text is.
+std::string validLongLines(std::mt19937& random, std::size_t bytes) {
+    static const std::string words[] = {"é", "→", "中", "😀", "a", ",", " "};
+    const std::string start = "1700000000,Local7.Debug,h,";
+    // With reads of 1500 bytes the first read ends with the first piece of the second line,
+    // cut inside an "é".
+    std::string content = start + std::string(1500 - 1023 - start.size() - 1, 'a') + "\n";
+    content += start;
+    for (int i = 0; i < 600; ++i) {
+        content += "é";
+    }
+    content += "\n";
+    while (content.size() < bytes) {
+        content += start;
+        const std::size_t length = 900 + random() % 1300;
+        for (std::size_t i = 0; i < length; i += words[random() % 7].size()) {
+            content += words[random() % 7];
+        }
+        content += random() % 5 == 0 ? "\r\n" : "\n";
+    }
+    return content;
+}
+
+TEST(LogLoader, PiecesCutByReadBoundariesReadAsInOneBlock) {
     std::mt19937 random(7);
-    TempDir dir;
-    const std::string content = randomLog(random, 300'000);
-    writeFile(dir / "a.log", content);
-    const std::vector<Line> expected = expectedFor(content);
-    ASSERT_GT(expected.size(), 100u);
-    for (const std::size_t blockBytes : {std::size_t{1}, std::size_t{1500}, std::size_t{4096},
-                                         std::size_t{65537}, TextArena::kMaxBlockBytes}) {
-        EventStore store;
-        const LoadReport report = loadLogFiles(dir.str(), store, blockBytes);
-        EXPECT_EQ(report.bytes, content.size()) << blockBytes;
-        EXPECT_EQ(report.events, expected.size()) << blockBytes;
-        EXPECT_EQ(listed(store), expected) << blockBytes;
+    for (const std::string& content :
+         {randomLog(random, 300'000), validLongLines(random, 300'000)}) {
+        TempDir dir;
+        writeFile(dir / "a.log", content);
+        const std::vector<Line> expected = expectedFor(content);
+        ASSERT_GT(expected.size(), 100u);
+        for (const std::size_t readBytes : {std::size_t{1}, std::size_t{1500}, std::size_t{4096},
+                                            std::size_t{65537}, kLoaderReadBytes}) {
+            EventStore store;
+            const LoadReport report = loadLogFiles(dir.str(), store, readBytes);
+            EXPECT_EQ(report.bytes, content.size()) << readBytes;
+            EXPECT_EQ(report.events, expected.size()) << readBytes;
+            EXPECT_EQ(listed(store), expected) << readBytes;
+        }
     }
 }
 
@@ -106,6 +133,58 @@ TEST(LogLoader, FilesInListingOrderAndOnlyRegularLogFiles) {
     EXPECT_EQ(got, oldestFirst);
     EXPECT_EQ(store.counters()[Severity::Notice], 2);
     EXPECT_EQ(store.counters()[Severity::Error], 1);
+}
+
+// With no settings file the levels are the defaults; with a file, a level it lacks is 0, not
+// its default; a file that does not decode counts as none.
+TEST(LogLoader, InitializeLogResetsTheCountersAndLoadsTheRunTimeSettings) {
+    struct Case {
+        const char* name;
+        std::optional<std::vector<std::uint8_t>> settingsFile;
+        SeverityLevels levels;
+        std::string dateFormat;
+        std::int64_t popupEvents;
+        std::vector<std::string> popupDisplay;
+    };
+    const Dictionary settings{{"dateFormat", "yyyy-MM-dd HH:mm"},
+                              {"severityError", 2},
+                              {"popupEvents", 3},
+                              {"popupDisplayArray", Array{Value("Error"), Value("Alert")}}};
+    const Case cases[] = {
+        {"no file", std::nullopt, kDefaultSeverityLevels, "", 0, {}},
+        {"file",
+         keyed_archive::encode(Value(settings)),
+         SeverityLevels{{0, 0, 0, 2, 0, 0, 0, 0, 0}},
+         "yyyy-MM-dd HH:mm",
+         3,
+         {"Error", "Alert"}},
+        {"undecodable file",
+         std::vector<std::uint8_t>{'b', 'p', 'l', 'i', 's', 't'},
+         kDefaultSeverityLevels,
+         "",
+         0,
+         {}},
+    };
+    for (const Case& c : cases) {
+        TempDir dir;
+        writeFile(dir / "a.log", "1700000000,Local7.Debug,h,m\n");
+        if (c.settingsFile) {
+            writeFile(dir / "Velmora.ini", *c.settingsFile);
+        }
+        EventStore store;
+        store.counters()[Severity::Debug] = 5;
+        RuntimeSettings runtime;
+        runtime.popupSound = "left over";
+        const LoadReport report = initializeLog(SettingsStore(dir.str()), store, runtime);
+        EXPECT_EQ(report.events, 1u) << c.name;
+        EXPECT_EQ(store.counters()[Severity::Debug], 1) << c.name;
+        EXPECT_EQ(runtime.levels, c.levels) << c.name;
+        EXPECT_EQ(runtime.oldDateFormat, c.dateFormat) << c.name;
+        EXPECT_EQ(runtime.newDateFormat, c.dateFormat) << c.name;
+        EXPECT_EQ(runtime.iPopupEvents, c.popupEvents) << c.name;
+        EXPECT_EQ(runtime.popupDisplayArray, c.popupDisplay) << c.name;
+        EXPECT_EQ(runtime.popupSound, "") << c.name;
+    }
 }
 
 TEST(LogLoader, MissingDirectoryGivesAnEmptyList) {
