@@ -80,7 +80,11 @@ int run(const std::vector<std::string>& arguments, const Environment& environmen
         } else if (a == "--version") {
             environment.out << "velmoractl " << kVersion << '\n';
             return kExitOk;
-        } else if (a == "--data-dir" && i + 1 < arguments.size()) {
+        } else if (a == "--data-dir") {
+            if (i + 1 == arguments.size()) {
+                environment.err << "velmoractl: --data-dir needs a directory\n";
+                return kExitUsage;
+            }
             dataDirectory = arguments[++i];
         } else if (a.starts_with("--data-dir=")) {
             dataDirectory = a.substr(std::string_view("--data-dir=").size());

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "core/archive/KeyedArchive.h"
+
 namespace velmora::cli {
 
 namespace {
@@ -97,7 +99,52 @@ Json toJson(const Value& value) {
     return nullptr;
 }
 
-Result<Value> fromJson(const Json& json) {
+namespace {
+
+Result<Value> fromJsonAt(const Json& json, int depth);
+
+Result<Value> arrayFromJson(const Json& json, int depth) {
+    Array array;
+    array.reserve(json.size());
+    for (const Json& element : json) {
+        Result<Value> v = fromJsonAt(element, depth + 1);
+        if (!v) {
+            return v;
+        }
+        array.push_back(std::move(v).value());
+    }
+    return Value(std::move(array));
+}
+
+Result<Value> objectFromJson(const Json& json, int depth) {
+    if (json.size() == 1 && json.contains(kDataKey) && json[kDataKey].is_string()) {
+        auto bytes = base64Decode(json[kDataKey].get<std::string>());
+        if (!bytes) {
+            return invalid("\"$data\" holds no valid base64");
+        }
+        return Value(Data{std::move(*bytes)});
+    }
+    if (json.size() == 1 && json.contains(kDateKey) && json[kDateKey].is_number()) {
+        return Value(Date{json[kDateKey].get<double>()});
+    }
+    Dictionary dictionary;
+    for (const auto& [key, element] : json.items()) {
+        Result<Value> v = fromJsonAt(element, depth + 1);
+        if (!v) {
+            return v;
+        }
+        dictionary.set(key, std::move(v).value());
+    }
+    return Value(std::move(dictionary));
+}
+
+// The archive reader refuses nesting deeper than its limit, so deeper JSON is refused here
+// rather than saved as a settings file that nothing could read back.
+Result<Value> fromJsonAt(const Json& json, int depth) {
+    if (depth > keyed_archive::kMaxDepth) {
+        return invalid("the JSON nests deeper than " + std::to_string(keyed_archive::kMaxDepth) +
+                       " levels");
+    }
     switch (json.type()) {
     case Json::value_t::string:
         return Value(json.get<std::string>());
@@ -114,44 +161,21 @@ Result<Value> fromJson(const Json& json) {
     }
     case Json::value_t::number_float:
         return Value(json.get<double>());
-    case Json::value_t::array: {
-        Array array;
-        array.reserve(json.size());
-        for (const Json& element : json) {
-            Result<Value> v = fromJson(element);
-            if (!v) {
-                return v;
-            }
-            array.push_back(std::move(v).value());
-        }
-        return Value(std::move(array));
-    }
-    case Json::value_t::object: {
-        if (json.size() == 1 && json.contains(kDataKey) && json[kDataKey].is_string()) {
-            auto bytes = base64Decode(json[kDataKey].get<std::string>());
-            if (!bytes) {
-                return invalid("\"$data\" holds no valid base64");
-            }
-            return Value(Data{std::move(*bytes)});
-        }
-        if (json.size() == 1 && json.contains(kDateKey) && json[kDateKey].is_number()) {
-            return Value(Date{json[kDateKey].get<double>()});
-        }
-        Dictionary dictionary;
-        for (const auto& [key, element] : json.items()) {
-            Result<Value> v = fromJson(element);
-            if (!v) {
-                return v;
-            }
-            dictionary.set(key, std::move(v).value());
-        }
-        return Value(std::move(dictionary));
-    }
+    case Json::value_t::array:
+        return arrayFromJson(json, depth);
+    case Json::value_t::object:
+        return objectFromJson(json, depth);
     case Json::value_t::null:
         return invalid("null is not a settings value");
     default:
         return invalid("unsupported JSON value");
     }
+}
+
+} // namespace
+
+Result<Value> fromJson(const Json& json) {
+    return fromJsonAt(json, 0);
 }
 
 Result<Json> parseJson(std::string_view text) {

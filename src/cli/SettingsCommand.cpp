@@ -107,20 +107,14 @@ Result<std::optional<Dictionary>> readForKey(const Context& context) {
 
 int get(const Context& context, const std::string& name) {
     const SettingKey* key = findSettingKey(name);
+    if (key == nullptr) {
+        return context.fail(kExitUsage, "unknown settings key " + name);
+    }
     Result<std::optional<Dictionary>> settings = readForKey(context);
     if (!settings) {
         return context.fail(kExitFailure, settings.error().message);
     }
-    if (key != nullptr) {
-        context.out() << dumpJson(toJson(readSetting(*settings, *key))) << '\n';
-        return kExitOk;
-    }
-    // A key the console does not know may still be the server's: print it when stored.
-    const Value* stored = *settings ? (*settings)->find(name) : nullptr;
-    if (stored == nullptr) {
-        return context.fail(kExitUsage, "unknown settings key " + name);
-    }
-    context.out() << dumpJson(toJson(*stored)) << '\n';
+    context.out() << dumpJson(toJson(readSetting(*settings, *key))) << '\n';
     return kExitOk;
 }
 

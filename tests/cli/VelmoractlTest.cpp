@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <filesystem>
+#include <map>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -6,6 +8,7 @@
 #include "cli/Cli.h"
 #include "cli/JsonValue.h"
 #include "core/archive/KeyedArchive.h"
+#include "core/eventlog/LogDirectory.h"
 #include "core/settings/SettingsStore.h"
 #include "core/system/ProcessTable.h"
 #include "support/TempDir.h"
@@ -13,6 +16,7 @@
 namespace velmora {
 namespace {
 
+using namespace std::string_literals;
 using test::readBytes;
 using test::TempDir;
 using test::writeFile;
@@ -103,6 +107,12 @@ TEST_F(VelmoractlTest, BadInputIsRefusedAndNothingIsWritten) {
         {{"frobnicate"}, "", 2},
         {{}, "", 2},
         {{"settings", "dump"}, "", 1},
+        // Deeper than an archive may nest: it could never be read back.
+        {{"settings", "load", "-"},
+         "{\"a\": " + std::string(300, '[') + std::string(300, ']') + "}",
+         2},
+        {{"events", "--csv"}, "", 2},
+        {{"counts", "extra"}, "", 2},
     };
     for (const Case& c : cases) {
         const Outcome outcome = run(c.arguments, c.input);
@@ -126,7 +136,8 @@ TEST_F(VelmoractlTest, GetShowsWhatTheReadersSee) {
     EXPECT_EQ(run({"settings", "get", "popupSound"}).out, "\"\"\n");
     EXPECT_EQ(run({"settings", "get", "actionsArray"}).out, "[]\n");
     EXPECT_EQ(run({"settings", "get", "actionsEmailPort"}).out, "25\n");
-    EXPECT_EQ(run({"settings", "get", "custom"}).out, "\"kept\"\n");
+    // A key no reader knows is refused, even when the file holds it.
+    EXPECT_EQ(run({"settings", "get", "custom"}).status, 2);
 }
 
 TEST_F(VelmoractlTest, SetTypesTheValueByItsKeyAndKeepsTheRest) {
@@ -237,6 +248,96 @@ TEST_F(VelmoractlTest, DataDirectoryFromTheEnvironmentAndHelp) {
     EXPECT_NE(run({"--help"}).out.find("settings dump"), std::string::npos);
     EXPECT_EQ(run({"--version"}).out.rfind("velmoractl ", 0), 0u);
     EXPECT_EQ(run({"--bogus"}).status, 2);
+    EXPECT_EQ(run({"settings", "dump", "--data-dir"}).status, 2);
+}
+
+// A directory of awkward log files, read as the console reads it at start.
+class VelmoractlEventsTest : public VelmoractlTest {
+protected:
+    void SetUp() override {
+        const std::string longFirst = "1700000004,Kern.Error,h," + std::string(1100, 'x') + "\n";
+        // The second piece of this line has four fields of its own: a spurious event.
+        const std::string longSplit =
+            "1700000005,User.Notice,h," + std::string(1023 - 25, 'y') + "9,P.Debug,H,tail\n";
+        writeFile(dir / "a.log", "1700000000,Local7.Debug,10.0.0.1,a, b, c\n"
+                                 "1700000000,,10.0.0.1,three fields\n"
+                                 ",,1700000001,Local7.Informational,h,leading commas\r\n"
+                                 "1700000002.5,Error.Alert,h,\xFF bad byte\n"
+                                 "1700000003,Auth.Information,h,tab\there\n" +
+                                     longFirst + longSplit +
+                                     "1700000006,Local7.Warning,h,before\0after\n"s +
+                                     "1700000007,Local7.Notice,h,last");
+        // CR-only line ends: one piece, of which only the first event counts.
+        writeFile(dir / "e.log",
+                  "1700000010,Local7.Critical,h,m1\r1700000011,Local7.Critical,h,m2\r");
+        writeFile(dir / "b.LOG", "1700000020,Kern.Emergency,h,not read\n");
+        writeFile(dir / "c.log.1", "1700000021,Kern.Emergency,h,not read\n");
+        std::filesystem::create_directory(dir / "d.log");
+    }
+
+    // The expected lines, newest first: the files in listing order, each line after the last.
+    std::string expected(const std::map<std::string, std::vector<std::string>>& byFile) const {
+        std::vector<std::string> lines;
+        const std::vector<std::string> names = listLogFiles(dir.str()).value();
+        for (const std::string& name : names) {
+            const auto found = byFile.find(name);
+            if (found != byFile.end()) {
+                lines.insert(lines.end(), found->second.begin(), found->second.end());
+            }
+        }
+        std::string out;
+        for (auto it = lines.rbegin(); it != lines.rend(); ++it) {
+            out += *it + "\n";
+        }
+        return out;
+    }
+};
+
+TEST_F(VelmoractlEventsTest, RawDatesAsJsonLines) {
+    const Outcome outcome = run({"events", "--raw-dates", "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const std::string j = R"({"Date":")";
+    EXPECT_EQ(
+        outcome.out,
+        expected(
+            {{"a.log",
+              {j + R"(1700000000","Priority":"Local7.Debug","Host":"10.0.0.1","Message":"a, b, c"})",
+               j + R"(1700000001","Priority":"Local7.Informational","Host":"h","Message":"leading commas"})",
+               j + "1700000002.5\",\"Priority\":\"Error.Alert\",\"Host\":\"h\",\"Message\":"
+                   "\"\xEF\xBF\xBD bad byte\"}",
+               j + R"(1700000003","Priority":"Auth.Information","Host":"h","Message":"tab\there"})",
+               j + R"(1700000004","Priority":"Kern.Error","Host":"h","Message":")" +
+                   std::string(1023 - 24, 'x') + "\"}",
+               j + R"(1700000005","Priority":"User.Notice","Host":"h","Message":")" +
+                   std::string(1023 - 25, 'y') + "\"}",
+               j + R"(9","Priority":"P.Debug","Host":"H","Message":"tail"})",
+               j + R"(1700000006","Priority":"Local7.Warning","Host":"h","Message":"before"})",
+               j + R"(1700000007","Priority":"Local7.Notice","Host":"h","Message":"last"})"}},
+             {"e.log",
+              {j + R"(1700000010","Priority":"Local7.Critical","Host":"h","Message":"m1"})"}}}));
+}
+
+TEST_F(VelmoractlEventsTest, DisplayDatesAsTabSeparatedLines) {
+    ASSERT_EQ(run({"settings", "set", "dateFormat", "dd.MM.yyyy h:mm:ss AM/PM"}).status, 0);
+    const Outcome outcome = run({"events"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    // A time stamp with a fraction is not digits only: the first showing leaves it as it is.
+    const std::string text = outcome.out;
+    EXPECT_NE(text.find("14.11.2023 10:13:20 PM\tLocal7.Debug\t10.0.0.1\ta, b, c\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("1700000002.5\tError.Alert\th\t\xEF\xBF\xBD bad byte\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("01.01.1970 12:00:09 AM\tP.Debug\tH\ttail\n"), std::string::npos);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10);
+}
+
+TEST_F(VelmoractlEventsTest, CountsEveryWordOfEveryEvent) {
+    const Outcome outcome = run({"counts"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, R"({"Emergency":0,"Alert":1,"Critical":1,"Error":2,"Warning":1,)"
+                           R"("Notice":2,"Information":1,"Debug":2,"Unknown":1})"
+                           "\n");
 }
 
 } // namespace
