@@ -100,7 +100,8 @@ struct ArchiveTop {
     std::uint8_t version = 0; // 0: 100000
     std::string_view rootKey = "root";
     std::uint16_t root = 1;
-    std::string_view otherKey; // a second entry of $top, to the same object
+    std::string_view otherKey;  // a second entry of $top, to the same object
+    bool objectsSecond = false; // the order of older systems: $version, $objects, $archiver, $top
 };
 
 // A keyed archive assembled by hand: the test adds $objects entries one by one (UID order)
@@ -139,14 +140,20 @@ public:
     Bytes bytes(const ArchiveTop& top) {
         const Ref version =
             top.version ? plist.integer(top.version) : plist.add({0x12, 0x00, 0x01, 0x86, 0xA0});
-        const Ref archive = plist.fields({
-            {"$version", version},
-            {"$archiver", plist.string(top.archiver)},
-            {"$top", top.otherKey.empty() ? plist.fields({{top.rootKey, plist.uid(top.root)}})
-                                          : plist.fields({{top.rootKey, plist.uid(top.root)},
-                                                          {top.otherKey, plist.uid(top.root)}})},
-            {"$objects", plist.array(m_objects)},
-        });
+        const Ref archiver = plist.string(top.archiver);
+        const Ref topObjects = top.otherKey.empty()
+                                   ? plist.fields({{top.rootKey, plist.uid(top.root)}})
+                                   : plist.fields({{top.rootKey, plist.uid(top.root)},
+                                                   {top.otherKey, plist.uid(top.root)}});
+        const Ref objects = plist.array(m_objects);
+        const Ref archive = top.objectsSecond ? plist.fields({{"$version", version},
+                                                              {"$objects", objects},
+                                                              {"$archiver", archiver},
+                                                              {"$top", topObjects}})
+                                              : plist.fields({{"$version", version},
+                                                              {"$archiver", archiver},
+                                                              {"$top", topObjects},
+                                                              {"$objects", objects}});
         return plist.bytes(archive);
     }
 

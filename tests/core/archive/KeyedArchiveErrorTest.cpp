@@ -275,6 +275,25 @@ TEST(KeyedArchiveDecode, PlainObjectsOfEveryWidth) {
     }
 }
 
+// A mutable string is an object with its text inline under NS.string; older systems put
+// $objects second among the top-level keys.
+TEST(KeyedArchiveDecode, MutableStringInAnArchiveOfTheOlderKeyOrder) {
+    HandMadeArchive a;
+    auto& p = a.plist;
+    // 1 the dictionary, 2 its class, 3 the key, 4 the mutable string, 5 its class
+    a.object(
+        p.fields({{"NS.keys", a.uids({3})}, {"NS.objects", a.uids({4})}, {"$class", a.uid(2)}}));
+    a.classNamed("NSMutableDictionary");
+    a.object(p.string("dateFormat"));
+    a.object(p.fields({{"NS.string", p.string("yyyy-MM-dd")}, {"$class", a.uid(5)}}));
+    a.classNamed("NSMutableString");
+    ArchiveTop top;
+    top.objectsSecond = true;
+    const Result<Dictionary> decoded = keyed_archive::decodeDictionary(a.bytes(top));
+    ASSERT_TRUE(decoded) << decoded.error().message;
+    EXPECT_EQ(*decoded, (Dictionary{{"dateFormat", "yyyy-MM-dd"}}));
+}
+
 TEST(KeyedArchiveDecode, RepeatedKeyKeepsFirstPlaceAndLastValue) {
     HandMadeArchive a;
     auto& p = a.plist;
