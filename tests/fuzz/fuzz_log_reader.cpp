@@ -1,14 +1,16 @@
 // Reads arbitrary bytes as a log file twice: with the fast piece splitter and field parser, and
 // with the plain fgets + strtok reading they must equal. Any difference in the pieces (offset,
-// size) or in the four fields aborts. The UTF-8 check must agree with a plain decoder on the
-// whole input and on each field, and the lenient decoding must give valid text of the same
-// UTF-16 length, leaving valid text as it is.
+// size) or in the four fields aborts. The bytes are also read as two blocks cut at a point the
+// input chooses, the way a file bigger than one read arrives, which must give the same pieces. The
+// UTF-8 check must agree with a plain decoder on the whole input and on each field, and the lenient
+// decoding must give valid text of the same UTF-16 length, leaving valid text as it is.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "../core/eventlog/FgetsReference.h"
@@ -82,6 +84,34 @@ std::vector<PieceRecord> readFast(std::string_view data) {
     return records;
 }
 
+// The pieces of data, as (offset, size), read as a first block data[0, cut) and then the
+// rest: the unfinished piece at the end of the first block is carried in front of the second.
+using Pieces = std::vector<std::pair<std::size_t, std::size_t>>;
+
+Pieces piecesOf(std::string_view data, std::size_t cut) {
+    Pieces pieces;
+    const auto collect = [&](std::string_view piece) {
+        pieces.emplace_back(static_cast<std::size_t>(piece.data() - data.data()), piece.size());
+    };
+    const std::size_t consumed = velmora::forEachCompletePiece(data.substr(0, cut), collect);
+    velmora::forEachPiece(data.substr(consumed), collect);
+    return pieces;
+}
+
+void checkBlocks(std::string_view data, const std::vector<PieceRecord>& whole) {
+    const std::size_t cut =
+        data.empty() ? 0 : static_cast<unsigned char>(data[0]) * data.size() / 256;
+    const Pieces pieces = piecesOf(data, cut);
+    if (pieces.size() != whole.size()) {
+        std::abort();
+    }
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (pieces[i].first != whole[i].offset || pieces[i].second != whole[i].size) {
+            std::abort();
+        }
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -89,8 +119,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (velmora::isValidUtf8(bytes) != referenceValid(bytes)) {
         std::abort();
     }
-    if (readFast(bytes) != velmora::test::readWithFgets(bytes)) {
+    const std::vector<PieceRecord> records = readFast(bytes);
+    if (records != velmora::test::readWithFgets(bytes)) {
         std::abort();
     }
+    checkBlocks(bytes, records);
     return 0;
 }
