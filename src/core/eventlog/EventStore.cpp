@@ -93,7 +93,7 @@ EventId EventStore::insertDecorated(const EventFields& fields, Dictionary extras
 
 std::optional<std::string_view> EventStore::rawDate(EventId id) const {
     const Event& e = m_events[static_cast<std::uint32_t>(id)];
-    if (e.flags & kOversize) {
+    if ((e.flags & kOversize) != 0) {
         const auto& t = m_oversize.at(static_cast<std::uint32_t>(id)).date;
         return t ? std::optional<std::string_view>(*t) : std::nullopt;
     }
@@ -105,7 +105,7 @@ std::optional<std::string_view> EventStore::rawDate(EventId id) const {
 
 std::optional<std::string_view> EventStore::message(EventId id) const {
     const Event& e = m_events[static_cast<std::uint32_t>(id)];
-    if (e.flags & kOversize) {
+    if ((e.flags & kOversize) != 0) {
         const auto& t = m_oversize.at(static_cast<std::uint32_t>(id)).message;
         return t ? std::optional<std::string_view>(*t) : std::nullopt;
     }
@@ -202,7 +202,7 @@ void EventStore::removeRows(std::span<const std::size_t> rows) {
     if (firstGap == m_rows.size()) {
         return;
     }
-    const auto kept = std::remove(m_rows.begin() + firstGap, m_rows.end(), kRemoved);
+    auto* const kept = std::remove(m_rows.begin() + firstGap, m_rows.end(), kRemoved);
     m_rows.truncate(static_cast<std::size_t>(kept - m_rows.begin()));
 }
 

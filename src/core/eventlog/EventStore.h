@@ -121,11 +121,11 @@ private:
     // The date, then the message right after it, in the arena.
     struct Event {
         TextPosition text;
-        std::uint32_t priority; // StringPool ids; kAbsent: no text
-        std::uint32_t host;
-        std::uint16_t dateLength;    // kAbsentLength: no date
-        std::uint16_t messageLength; // kAbsentLength: no message
-        std::uint8_t flags;
+        std::uint32_t priority = StringPool::kAbsent; // StringPool ids; kAbsent: no text
+        std::uint32_t host = StringPool::kAbsent;
+        std::uint16_t dateLength = kAbsentLength;    // kAbsentLength: no date
+        std::uint16_t messageLength = kAbsentLength; // kAbsentLength: no message
+        std::uint8_t flags = 0;
     };
 
     struct LongTexts {

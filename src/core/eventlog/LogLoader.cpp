@@ -160,7 +160,7 @@ LoadReport loadLogFiles(const std::string& dataDirectory, EventStore& store,
     }
     Loader loader(store, readBytes);
     for (const std::string& name : *names) {
-        if (loader.loadFile(dataDirectory + "/" + name, report)) {
+        if (loader.loadFile(std::string(dataDirectory).append("/").append(name), report)) {
             ++report.files;
         }
     }
