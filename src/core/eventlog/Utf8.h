@@ -16,9 +16,9 @@ namespace velmora {
 // Valid UTF-8 is the well-formed form of the Unicode standard: no overlong forms, no surrogates
 // (U+D800..U+DFFF), nothing above U+10FFFF.
 
-// Whether the bytes are valid UTF-8. Runs of ASCII are skipped sixteen bytes at a time; where
-// the processor has SSSE3, all text is checked sixteen bytes at a time. Checking a whole block
-// of lines at once is cheaper than checking each line.
+// Whether the bytes are valid UTF-8. Where the processor has AVX2, text of 32 bytes or more is
+// checked 32 bytes at a time; elsewhere runs of ASCII are skipped sixteen bytes at a time.
+// Checking a whole block of lines at once is cheaper than checking each line.
 bool isValidUtf8(std::string_view bytes) noexcept;
 
 // The text of the bytes with every ill-formed part replaced by U+FFFD, one replacement per

@@ -9,11 +9,11 @@ namespace velmora {
 namespace {
 
 // Texts short enough to be compared as words differ from each other in one byte at every
-// place, at the lengths where the comparison changes (7, 8, 9, 15, 16, 17 bytes), and from
-// their own prefixes; a NUL is a byte like any other.
+// place, at the lengths where the comparison changes (7, 8, 9, 16, 17, 24, 25, 32, 33 bytes),
+// and from their own prefixes; a NUL is a byte like any other.
 TEST(StringPool, EqualTextsShareAnIdAndEveryOtherTextHasItsOwn) {
     std::vector<std::string> texts = {"", std::string(1, '\0'), std::string(2, '\0')};
-    for (const std::size_t length : {1, 7, 8, 9, 15, 16, 17, 40}) {
+    for (const std::size_t length : {1, 7, 8, 9, 15, 16, 17, 23, 24, 25, 31, 32, 33, 40}) {
         const std::string base(length, 'a');
         texts.push_back(base);
         for (std::size_t at = 0; at < length; ++at) {

@@ -68,14 +68,14 @@ TEST(Utf8, ValidityLenientDecodingAndUtf16Length) {
         {"invalid in the middle of a word", "abc\xFF" "defghijk", false, "abc" + fffd(1) + "defghijk", 12},
     };
     // clang-format on
-    // Each case also inside ASCII, at every position of a 16-byte block and across two.
+    // Each case also inside ASCII, at every position of a 32-byte block and across two.
     for (const Utf8Case& c : cases) {
-        for (std::size_t before = 0; before <= 17; ++before) {
+        for (std::size_t before = 0; before <= 33; ++before) {
             const std::string head(before, 'h');
-            const std::string tail(17 - before, 't');
+            const std::string tail(33 - before, 't');
             const std::string bytes = before == 0 ? c.bytes : head + c.bytes + tail;
             const std::string lenient = before == 0 ? c.lenient : head + c.lenient + tail;
-            const std::size_t extra = before == 0 ? 0 : 17;
+            const std::size_t extra = before == 0 ? 0 : 33;
             EXPECT_EQ(isValidUtf8(bytes), c.valid) << c.name << " after " << before;
             EXPECT_EQ(decodeLenient(bytes), lenient) << c.name << " after " << before;
             EXPECT_EQ(utf16Length(bytes), c.utf16 + extra) << c.name << " after " << before;
