@@ -115,8 +115,11 @@ private:
             const bool endsLine = m_lineStart || (atEnd && piece.data() + piece.size() == blockEnd);
             enterPiece(piece, linesValid && startsLine && endsLine);
         };
-        return atEnd ? (forEachPiece(block, enter), block.size())
-                     : forEachCompletePiece(block, enter);
+        if (!atEnd) {
+            return forEachCompletePiece(block, enter);
+        }
+        forEachPiece(block, enter);
+        return block.size();
     }
 
     static std::size_t endOfLastLine(std::string_view block) {
