@@ -234,7 +234,7 @@ std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displa
 }
 
 std::size_t EventStore::memoryBytes() const {
-    return m_arena.usedBytes() + m_events.usedBytes() + m_rows.usedBytes() +
+    return m_arena.reservedBytes() + m_events.usedBytes() + m_rows.usedBytes() +
            m_endEpochs.capacity() * sizeof(std::uint32_t);
 }
 

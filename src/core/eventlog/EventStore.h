@@ -104,7 +104,7 @@ public:
     SeverityCounters& counters() { return m_counters; }
     const SeverityCounters& counters() const { return m_counters; }
 
-    // Bytes of the records, rows and texts in use, for the memory figures.
+    // Bytes of the records and rows in use and of the text blocks, for the memory figures.
     std::size_t memoryBytes() const;
 
 private:

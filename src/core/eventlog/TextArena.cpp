@@ -13,7 +13,7 @@ namespace {
 
 // Large enough that a gigabyte of logs takes few blocks, small enough that a short list does
 // not hold much address space.
-constexpr std::size_t kBlockBytes = std::size_t{32} << 20;
+constexpr std::size_t kBlockBytes = std::size_t{16} << 20;
 
 } // namespace
 
@@ -67,10 +67,10 @@ TextPosition TextArena::append(std::string_view first, std::string_view second) 
     return at;
 }
 
-std::size_t TextArena::usedBytes() const {
+std::size_t TextArena::reservedBytes() const {
     std::size_t total = 0;
     for (const Block& b : m_blocks) {
-        total += b.used;
+        total += b.capacity;
     }
     return total;
 }

@@ -33,8 +33,8 @@ public:
         return {m_blocks[at.block].data + at.offset, length};
     }
 
-    // Bytes of the blocks that texts were written into, for the memory figures.
-    std::size_t usedBytes() const;
+    // Bytes held, for the memory figures.
+    std::size_t reservedBytes() const;
 
 private:
     struct Block {
