@@ -185,6 +185,21 @@ void EventStore::removeRows(std::span<const std::size_t> rows) {
     std::erase(m_rows, kGone);
 }
 
+void EventStore::removeRowRange(std::size_t first, std::size_t count) {
+    if (first >= m_rows.size() || count == 0) {
+        return;
+    }
+    count = std::min(count, m_rows.size() - first);
+    // Rows count from the top; m_rows holds the oldest first.
+    const auto end = m_rows.end() - static_cast<std::ptrdiff_t>(first);
+    const auto begin = end - static_cast<std::ptrdiff_t>(count);
+    const std::uint32_t now = m_dates.epoch();
+    for (auto it = begin; it != end; ++it) {
+        event(*it).endEpoch = now;
+    }
+    m_rows.erase(begin, end);
+}
+
 std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displayDate,
                                                          std::string_view priority,
                                                          std::string_view host,
