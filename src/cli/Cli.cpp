@@ -35,6 +35,9 @@ Commands:
                              the log file NAME (without ".log") or all of them; tab-separated
                              as the page exports it, or one JSON object a group:
                              {"key": KEY, "details": [[SECOND, THIRD, FORTH], ...]}
+  test-message [--host ADDRESS] [--port PORT]
+                             send the console's syslog test message to the server, by
+                             default to 127.0.0.1 port 514
 
 Options:
   --data-dir DIR             the data directory
@@ -53,6 +56,7 @@ const std::map<std::string, Verb, std::less<>>& verbs() {
         {"counts", countsCommand},
         {"status", statusCommand},
         {"report", reportCommand},
+        {"test-message", testMessageCommand},
     };
     return table;
 }

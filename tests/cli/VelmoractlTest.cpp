@@ -9,6 +9,7 @@
 #include "core/settings/SettingsStore.h"
 #include "core/system/ProcessTable.h"
 #include "support/TempDir.h"
+#include "support/UdpReceiver.h"
 
 namespace velmora {
 namespace {
@@ -237,6 +238,19 @@ TEST_F(VelmoractlTest, DataDirectoryFromTheEnvironmentAndHelp) {
     EXPECT_NE(run({"--help"}).out.find("settings dump"), std::string::npos);
     EXPECT_EQ(run({"--version"}).out.rfind("velmoractl ", 0), 0u);
     EXPECT_EQ(run({"--bogus"}).status, 2);
+}
+
+TEST_F(VelmoractlTest, TestMessageSendsTheConsolesDatagram) {
+    const test::UdpReceiver server;
+    const std::string port = std::to_string(server.port());
+    const Outcome sent = run({"test-message", "--host", "127.0.0.1", "--port", port});
+    ASSERT_EQ(sent.status, 0) << sent.err;
+    EXPECT_EQ(server.receive(), "<191>Kestrix Velmora - Test message");
+
+    EXPECT_EQ(run({"test-message", "--port", "0"}).status, 2);
+    EXPECT_EQ(run({"test-message", "--port", "65536"}).status, 2);
+    EXPECT_EQ(run({"test-message", "--host", "localhost"}).status, 2);
+    EXPECT_EQ(run({"test-message", "extra"}).status, 2);
 }
 
 } // namespace
