@@ -62,14 +62,14 @@ bool EventDeletion::buildTable(Clock::time_point deadline) {
 }
 
 void EventDeletion::startRewrite() {
-    m_rewrite = std::async(std::launch::async,
-                           [this, table = std::move(m_builder.table())]() mutable {
-                               return LogRewriter(m_dataDirectory)
-                                   .rewrite(table, [this](std::uint64_t done, std::uint64_t total) {
-                                       m_bytesDone.store(done);
-                                       m_bytesTotal.store(total);
-                                   });
-                           });
+    m_rewrite =
+        std::async(std::launch::async, [this, table = std::move(m_builder.table())]() mutable {
+            return LogRewriter(m_dataDirectory)
+                .rewrite(table, [this](std::uint64_t done, std::uint64_t total) {
+                    m_bytesDone.store(done);
+                    m_bytesTotal.store(total);
+                });
+        });
 }
 
 } // namespace velmora

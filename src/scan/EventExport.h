@@ -27,8 +27,8 @@ class EventExport : public PageTask {
 public:
     // `columns` are the model's columns in the order shown, with their titles.
     EventExport(QWidget* page, const EventTableModel& model, std::vector<EventId> events,
-                std::vector<int> columns, const std::vector<std::string>& titles,
-                std::string path, std::chrono::milliseconds progressDelay = kDefaultProgressDelay);
+                std::vector<int> columns, const std::vector<std::string>& titles, std::string path,
+                std::chrono::milliseconds progressDelay = kDefaultProgressDelay);
 
     // Once finished: whether the file was written.
     const Status& outcome() const { return m_outcome; }

@@ -68,9 +68,9 @@ public:
                 const SeverityLevels& levels);
     // Removes one row; `row` counts from the top of the store, new events included.
     void removeEventRow(std::size_t row);
-    // Removes rows as the views number them (ascending, no duplicates). A few runs of rows leave one by
-    // one; many runs over a long list are cut out in one pass and the views start over, which
-    // keeps their column order and scroll position.
+    // Removes rows as the views number them (ascending, no duplicates). A few runs of rows leave
+    // one by one; many runs over a long list are cut out in one pass and the views start over,
+    // which keeps their column order and scroll position.
     void removeEventRows(std::span<const int> rows);
     // Lets `change` fill the store from scratch (the load at start); the views start over.
     void rebuild(const std::function<void(EventStore&)>& change);

@@ -141,8 +141,8 @@ void ScanView::doubleClickTable(const QModelIndex& index) {
     if (!index.isValid()) {
         return;
     }
-    auto* sheet = new ScanViewEvent(m_model->store(), m_model->eventAt(index.row()),
-                                    m_ui->tableView, this);
+    auto* sheet =
+        new ScanViewEvent(m_model->store(), m_model->eventAt(index.row()), m_ui->tableView, this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->open();
 }
@@ -231,10 +231,10 @@ void ScanView::exportEvents() {
             return;
         }
     }
-    const std::optional<QString> path = chooseFileToSave(
-        this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
-        {{tr("Text"), {QStringLiteral("txt")}},
-         {tr("Comma-separated values"), {QStringLiteral("csv")}}});
+    const std::optional<QString> path =
+        chooseFileToSave(this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
+                         {{tr("Text"), {QStringLiteral("txt")}},
+                          {tr("Comma-separated values"), {QStringLiteral("csv")}}});
     if (!path) {
         return;
     }

@@ -88,8 +88,8 @@ void ScanViewEvent::step(int offset) {
         return;
     }
     const QModelIndex index = model->index(target, 0);
-    m_table->selectionModel()->setCurrentIndex(
-        index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    m_table->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                          QItemSelectionModel::Rows);
     m_table->scrollTo(index);
     m_event = model->eventAt(target);
     setDetails();
