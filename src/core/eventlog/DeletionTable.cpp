@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -51,13 +52,27 @@ bool DeletionTable::isText(std::string_view line) {
     return line.find('\0') == std::string_view::npos && isValidUtf8(line);
 }
 
+std::size_t DeletionTable::fingerprint(std::string_view line) {
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+    if (!line.empty()) {
+        std::memcpy(&head, line.data(), std::min<std::size_t>(line.size(), 8));
+    }
+    if (line.size() > 8) {
+        std::memcpy(&tail, line.data() + line.size() - 8, 8);
+    }
+    const std::uint64_t mixed =
+        (head ^ (tail * 0x9E3779B97F4A7C15) ^ line.size()) * 0xFF51AFD7ED558CCD;
+    return static_cast<std::size_t>(mixed >> 48);
+}
+
 void DeletionTable::store(std::string_view line, std::string count) {
     const bool left = countValue(count) > 0;
     const auto it = m_counts.find(line);
     if (it == m_counts.end()) {
         m_counts.emplace(std::string(line), std::move(count));
-        m_shortestKey = std::min(m_shortestKey, line.size());
-        m_longestKey = std::max(m_longestKey, line.size());
+        const std::size_t bit = fingerprint(line);
+        m_filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
     } else {
         m_keysLeft -= countValue(it->second) > 0 ? 1 : 0;
         it->second = std::move(count);
@@ -85,7 +100,8 @@ void DeletionTable::setCount(std::string_view line, std::string count) {
 }
 
 bool DeletionTable::take(std::string_view line) {
-    if (line.size() < m_shortestKey || line.size() > m_longestKey) {
+    const std::size_t bit = fingerprint(line);
+    if ((m_filter[bit / 64] >> (bit % 64) & 1) == 0) {
         return false;
     }
     const auto it = m_counts.find(line);

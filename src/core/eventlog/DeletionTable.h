@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -46,11 +48,13 @@ private:
     };
     std::unordered_map<std::string, std::string, Hash, std::equal_to<>> m_counts;
     std::size_t m_keysLeft = 0; // keys whose count is above 0
-    // Lengths of the keys, so that most lines are passed over without hashing them.
-    std::size_t m_shortestKey = SIZE_MAX;
-    std::size_t m_longestKey = 0;
+    // A bit for the fingerprint of each key (its length, first and last bytes): most lines of a
+    // log file are passed over on a look at those, without hashing them.
+    static constexpr std::size_t kFilterBits = std::size_t{1} << 16;
+    std::array<std::uint64_t, kFilterBits / 64> m_filter{};
 
     static bool isText(std::string_view line);
+    static std::size_t fingerprint(std::string_view line);
     void store(std::string_view line, std::string count);
 };
 

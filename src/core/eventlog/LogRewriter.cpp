@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <thread>
@@ -45,14 +49,98 @@ std::string_view secondField(std::string_view line) {
     return line.substr(second, line.find_first_of(kSeparators, second) - second);
 }
 
-// How many leading bytes of a kept piece the rewritten file holds: one per UTF-16 code unit of
-// its text; a piece that is no text is kept whole.
-std::size_t keptLength(std::string_view piece) {
-    if (piece.find('\0') != std::string_view::npos || !isValidUtf8(piece)) {
-        return piece.size();
+// The UTF-16 code units of valid UTF-8: one per byte that starts a character, one more for each
+// character of four bytes. Eight bytes at a time: this runs over every kept line.
+std::size_t utf16LengthOfValid(std::string_view text) {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080;
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    // The number of bytes whose high bit is set in a word of high bits.
+    const auto count = [](std::uint64_t highBits) {
+        return static_cast<std::size_t>(((highBits >> 7) * kOnes) >> 56);
+    };
+    std::size_t units = text.size();
+    std::size_t pos = 0;
+    for (; pos + 8 <= text.size(); pos += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data() + pos, 8);
+        const std::uint64_t continuation = word & ~(word << 1) & kHighBits; // 10xxxxxx
+        const std::uint64_t fourByteLead =
+            word & (word << 1) & (word << 2) & (word << 3) & kHighBits; // 1111xxxx
+        units += count(fourByteLead) - count(continuation);
     }
-    return utf16Length(piece);
+    for (; pos < text.size(); ++pos) {
+        const auto byte = static_cast<unsigned char>(text[pos]);
+        units += byte >= 0xF0 ? 1 : 0;
+        units -= (byte & 0xC0) == 0x80 ? 1 : 0;
+    }
+    return units;
 }
+
+bool isText(std::string_view bytes) {
+    return bytes.find('\0') == std::string_view::npos && isValidUtf8(bytes);
+}
+
+// How many leading bytes of a kept piece the rewritten file holds: one per UTF-16 code unit of
+// its text; a piece that is no text is kept whole. `known` says the piece is text already: a
+// whole line of a file that is text throughout.
+std::size_t keptLength(std::string_view piece, bool known) {
+    return known || isText(piece) ? utf16LengthOfValid(piece) : piece.size();
+}
+
+// A file's content, read whole. Its memory serves file after file and is mapped in 2 MiB pages
+// where the system allows: faulting in a large file's worth of 4 KiB pages costs more than
+// reading the file.
+class ContentBuffer {
+public:
+    // Reads up to `length` bytes from the start of the file; fewer when it ends sooner. False
+    // with errno set when it cannot.
+    bool read(int fd, std::uint64_t length) {
+        m_size = 0;
+        if (!reserve(static_cast<std::size_t>(length))) {
+            return false;
+        }
+        while (m_size < length) {
+            const ssize_t n =
+                ::pread(fd, m_data.get() + m_size, static_cast<std::size_t>(length) - m_size,
+                        static_cast<off_t>(m_size));
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n <= 0) {
+                return n == 0;
+            }
+            m_size += static_cast<std::size_t>(n);
+        }
+        return true;
+    }
+    std::string_view view() const { return {m_data.get(), m_size}; }
+    std::size_t size() const { return m_size; }
+
+private:
+    static constexpr std::size_t kLargePage = std::size_t{2} << 20;
+    struct Free {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<char, Free> m_data;
+    std::size_t m_capacity = 0;
+    std::size_t m_size = 0;
+
+    bool reserve(std::size_t bytes) {
+        if (bytes <= m_capacity && m_data) {
+            return true;
+        }
+        const std::size_t capacity =
+            std::max<std::size_t>((bytes + kLargePage - 1) / kLargePage * kLargePage, kLargePage);
+        m_data.reset(static_cast<char*>(std::aligned_alloc(kLargePage, capacity)));
+        m_capacity = m_data ? capacity : 0;
+        if (!m_data) {
+            errno = ENOMEM;
+            return false;
+        }
+        ::madvise(m_data.get(), capacity, MADV_HUGEPAGE); // a hint; small pages work as well
+        return true;
+    }
+};
 
 class Descriptor {
 public:
@@ -138,11 +226,25 @@ struct Span {
     std::size_t length;
 };
 
+// Memory for the rewrite of one file. One set serves file after file: mapping fresh pages for a
+// large file's content costs more than reading it.
+struct RewriteBuffers {
+    ContentBuffer content;
+    std::vector<Span> kept;
+    std::string tail;
+};
+
 // One log file's rewrite: read, matched against the table, written back in place.
 class LogFileRewrite {
 public:
-    explicit LogFileRewrite(std::string path)
-        : m_path(std::move(path)) {}
+    LogFileRewrite(std::string path, RewriteBuffers& buffers)
+        : m_path(std::move(path))
+        , m_content(buffers.content)
+        , m_kept(buffers.kept)
+        , m_tail(buffers.tail) {
+        m_kept.clear();
+        m_tail.clear();
+    }
 
     // Reads the file and cuts its pieces against the table; tells `scanned` the bytes matched so
     // far now and then. Returns whether a piece was cut.
@@ -156,17 +258,17 @@ private:
     std::string m_path;
     Descriptor m_fd;
     bool m_writable = false;
-    std::uint64_t m_size = 0; // when it was opened
-    std::string m_content;    // the file as read at the start
-    std::vector<Span> m_kept; // in order, adjacent runs joined
+    std::uint64_t m_size = 0;  // when it was opened
+    ContentBuffer& m_content;  // the file as read at the start
+    std::vector<Span>& m_kept; // in order, adjacent runs joined
     std::uint64_t m_keptBytes = 0;
-    std::string m_tail;              // bytes appended since, in the order they were moved
+    std::string& m_tail;             // bytes appended since, in the order they were moved
     std::uint64_t m_firstChange = 0; // the bytes before it stay as they are
     std::uint64_t m_highWater = 0;   // the end of the bytes written over so far
     bool m_removed = false;
 
     Status open();
-    void keep(std::size_t offset, std::string_view piece);
+    void keep(std::size_t offset, std::string_view piece, bool knownText);
     Status writeKept();
     Status carryTailAndCut();
     // Moves what was appended past readTo down to writeTo, until a size check finds nothing new.
@@ -199,8 +301,8 @@ Status LogFileRewrite::open() {
     return {};
 }
 
-void LogFileRewrite::keep(std::size_t offset, std::string_view piece) {
-    const std::size_t length = keptLength(piece);
+void LogFileRewrite::keep(std::size_t offset, std::string_view piece, bool knownText) {
+    const std::size_t length = keptLength(piece, knownText);
     if (!m_kept.empty() && m_kept.back().offset + m_kept.back().length == offset) {
         m_kept.back().length += length;
     } else {
@@ -215,12 +317,16 @@ Result<bool> LogFileRewrite::readAndMatch(DeletionTable& table, RewriteReport& r
         return opened.error();
     }
     // Bytes the server appends from now on are the tail, carried over after the rewrite.
-    if (!readRange(m_fd.get(), 0, m_size, m_content)) {
+    if (!m_content.read(m_fd.get(), m_size)) {
         return fileError("cannot read", m_path, errno);
     }
-    report.bytesRead += m_content.size();
+    const std::string_view content = m_content.view();
+    report.bytesRead += content.size();
+    // In a file that is text throughout, a piece from a line's start to its line feed is text;
+    // only the pieces of a long line need a look of their own.
+    const bool fileIsText = isText(content);
+    bool atLineStart = true;
     bool cut = false;
-    const std::string_view content = m_content;
     std::size_t reportAt = kProgressBytes;
     forEachPiece(content, [&](std::string_view piece) {
         const auto offset = static_cast<std::size_t>(piece.data() - content.data());
@@ -232,8 +338,9 @@ Result<bool> LogFileRewrite::readAndMatch(DeletionTable& table, RewriteReport& r
             ++report.deleted[deletedLineSeverity(secondField(piece))];
             cut = true;
         } else {
-            keep(offset, piece);
+            keep(offset, piece, fileIsText && atLineStart && piece.back() == '\n');
         }
+        atLineStart = piece.back() == '\n';
     });
     if (cut) {
         // The first run that does not start the file, or that stops short of a piece's end, is
@@ -267,7 +374,7 @@ Status LogFileRewrite::writeKept() {
         if (span.offset + span.length <= m_firstChange) {
             continue; // the unchanged start of the file
         }
-        batch.push_back({m_content.data() + span.offset, span.length});
+        batch.push_back({const_cast<char*>(m_content.view().data()) + span.offset, span.length});
         if (batch.size() == kMaxIovecs) {
             if (Status written = writeAt(batch, at); !written) {
                 return written;
@@ -369,10 +476,9 @@ Error LogFileRewrite::failAndRestore(std::string_view what, int error) {
     while (at < m_highWater) {
         const std::size_t length = static_cast<std::size_t>(m_highWater - at);
         const std::string_view original =
-            at < m_content.size()
-                ? std::string_view(m_content).substr(static_cast<std::size_t>(at), length)
-                : std::string_view(m_tail).substr(static_cast<std::size_t>(at - m_content.size()),
-                                                  length);
+            at < m_content.size() ? m_content.view().substr(static_cast<std::size_t>(at), length)
+                                  : std::string_view(m_tail).substr(
+                                        static_cast<std::size_t>(at - m_content.size()), length);
         const ssize_t n =
             ::pwrite(m_fd.get(), original.data(), original.size(), static_cast<off_t>(at));
         if (n < 0 && errno == EINTR) {
@@ -409,9 +515,10 @@ RewriteReport LogRewriter::rewrite(DeletionTable& table, const RewriteProgress& 
         total += sizes.back();
     }
     std::uint64_t done = 0;
+    RewriteBuffers buffers;
     // Once every count is used up no line can go: the files left are not even read.
     for (std::size_t i = 0; i < paths.size() && !table.exhausted(); ++i) {
-        LogFileRewrite file(paths[i]);
+        LogFileRewrite file(paths[i], buffers);
         const auto scanned = [&](std::uint64_t bytes) {
             if (progress) {
                 progress(done + std::min(bytes, sizes[i]), total);

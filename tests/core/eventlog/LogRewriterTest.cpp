@@ -206,6 +206,21 @@ TEST_F(LogRewriterTest, KeptLinesOfARewrittenFileAreCutToTheirUtf16Length) {
                                            kOtherLine);
 }
 
+TEST_F(LogRewriterTest, APieceCutInsideACharacterIsKeptWhole) {
+    // The 1,023-byte cut falls between the two bytes of the é: neither piece is text.
+    const std::string prefix = "1700000001,User.Info,h,";
+    const std::string longLine =
+        prefix + std::string(1022 - prefix.size(), 'x') + "\xc3\xa9 and the rest\n";
+    const std::string accented = "1700000002,User.Info,h,café\n";
+    writeFile(dir / "a.log", longLine + kDebugLine + accented);
+    DeletionTable table;
+    table.add(kDebugLine);
+
+    rewrite(table);
+
+    EXPECT_EQ(readFile(dir / "a.log"), longLine + accented.substr(0, accented.size() - 1));
+}
+
 // Writes at or past the limit fail with EFBIG, even over existing bytes: a write that fails
 // halfway through the file, as a failing disk would make it.
 class FileSizeLimit {
