@@ -326,12 +326,12 @@ private:
 
 TEST_F(LogRewriterTest, LinesAppendedThroughoutARewriteAreAllKept) {
     int appendedDuringRewrites = 0;
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < 30; ++round) {
         SCOPED_TRACE(round);
         std::string content;
         std::string kept;
         DeletionTable table;
-        for (int i = 0; i < 20000; ++i) {
+        for (int i = 0; i < 10000; ++i) {
             const std::string line =
                 "1700000100,User.Notice,h,line " + std::to_string(i) + " of round\n";
             content += line;
