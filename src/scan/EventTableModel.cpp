@@ -212,7 +212,7 @@ void EventTableModel::removeEventRows(std::span<const int> rows) {
     for (const int row : rows) {
         if (runs.empty() || row != runs.back().last + 1) {
             runs.push_back({row, row});
-            moves += static_cast<std::size_t>(row);
+            moves += static_cast<std::size_t>(row) + m_pending;
         } else {
             runs.back().last = row;
         }
@@ -220,10 +220,8 @@ void EventTableModel::removeEventRows(std::span<const int> rows) {
     if (runs.empty()) {
         return;
     }
-    // Past this many moves one pass over the whole list costs less, and views that start over
-    // redraw only the rows on screen.
-    constexpr std::size_t kMovesForOnePass = std::size_t{1} << 22;
-    if (moves <= kMovesForOnePass || runs.size() == 1) {
+    // Runs leave one by one while that moves fewer rows than one pass over the whole list.
+    if (moves <= m_store.size() || runs.size() == 1) {
         for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
             beginRemoveRows({}, run->first, run->last);
             m_store.removeRowRange(static_cast<std::size_t>(run->first) + m_pending,

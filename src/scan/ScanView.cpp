@@ -192,7 +192,7 @@ void ScanView::deleteEvents() {
         return;
     }
     bool all = false;
-    if (selectedRows().empty()) {
+    if (!m_ui->tableView->selectionModel()->hasSelection()) {
         all = showAlert(this, tr("No events selected"),
                         tr("Please select specific events or check all events."),
                         tr("Delete all events"));
@@ -223,7 +223,7 @@ void ScanView::exportEvents() {
         return;
     }
     bool all = false;
-    if (selectedRows().empty()) {
+    if (!m_ui->tableView->selectionModel()->hasSelection()) {
         all = showAlert(this, tr("No events selected"),
                         tr("Please select specific events or check all events."),
                         tr("Export all events"));
