@@ -22,8 +22,7 @@ EventExport::EventExport(QWidget* page, const EventTableModel& model, std::vecto
     , m_events(std::move(events))
     , m_columns(std::move(columns))
     , m_text(ExportText::separatorFor(path)) {
-    Result<AtomicFileWriter> writer =
-        AtomicFileWriter::create(std::move(path), NewFileMode::UserDefault);
+    Result<AtomicFileWriter> writer = AtomicFileWriter::open(path, NewFileMode::UserDefault);
     if (writer) {
         m_writer.emplace(std::move(*writer));
     } else {

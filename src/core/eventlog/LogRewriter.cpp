@@ -4,14 +4,12 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <thread>
@@ -22,6 +20,7 @@
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/Utf8.h"
 #include "core/presentation/Severity.h"
+#include "core/system/HugePageAllocator.h"
 
 namespace velmora {
 
@@ -87,59 +86,39 @@ std::size_t keptLength(std::string_view piece, bool known) {
     return known || isText(piece) ? utf16LengthOfValid(piece) : piece.size();
 }
 
-// A file's content, read whole. Its memory serves file after file and is mapped in 2 MiB pages
-// where the system allows: faulting in a large file's worth of 4 KiB pages costs more than
-// reading the file.
+// A file's content, read whole. Its memory serves file after file and asks for huge pages:
+// faulting in a large file's worth of fresh memory costs more than reading the file.
 class ContentBuffer {
 public:
     // Reads up to `length` bytes from the start of the file; fewer when it ends sooner. False
     // with errno set when it cannot.
     bool read(int fd, std::uint64_t length) {
-        m_size = 0;
-        if (!reserve(static_cast<std::size_t>(length))) {
+        try {
+            m_bytes.resize(static_cast<std::size_t>(length));
+        } catch (const std::bad_alloc&) {
+            errno = ENOMEM;
             return false;
         }
-        while (m_size < length) {
-            const ssize_t n =
-                ::pread(fd, m_data.get() + m_size, static_cast<std::size_t>(length) - m_size,
-                        static_cast<off_t>(m_size));
+        std::size_t filled = 0;
+        while (filled < m_bytes.size()) {
+            const ssize_t n = ::pread(fd, m_bytes.data() + filled, m_bytes.size() - filled,
+                                      static_cast<off_t>(filled));
             if (n < 0 && errno == EINTR) {
                 continue;
             }
             if (n <= 0) {
+                m_bytes.resize(filled);
                 return n == 0;
             }
-            m_size += static_cast<std::size_t>(n);
+            filled += static_cast<std::size_t>(n);
         }
         return true;
     }
-    std::string_view view() const { return {m_data.get(), m_size}; }
-    std::size_t size() const { return m_size; }
+    std::string_view view() const { return {m_bytes.data(), m_bytes.size()}; }
+    std::size_t size() const { return m_bytes.size(); }
 
 private:
-    static constexpr std::size_t kLargePage = std::size_t{2} << 20;
-    struct Free {
-        void operator()(char* memory) const { std::free(memory); }
-    };
-    std::unique_ptr<char, Free> m_data;
-    std::size_t m_capacity = 0;
-    std::size_t m_size = 0;
-
-    bool reserve(std::size_t bytes) {
-        if (bytes <= m_capacity && m_data) {
-            return true;
-        }
-        const std::size_t capacity =
-            std::max<std::size_t>((bytes + kLargePage - 1) / kLargePage * kLargePage, kLargePage);
-        m_data.reset(static_cast<char*>(std::aligned_alloc(kLargePage, capacity)));
-        m_capacity = m_data ? capacity : 0;
-        if (!m_data) {
-            errno = ENOMEM;
-            return false;
-        }
-        ::madvise(m_data.get(), capacity, MADV_HUGEPAGE); // a hint; small pages work as well
-        return true;
-    }
+    HugePageVector<char> m_bytes;
 };
 
 class Descriptor {
@@ -196,7 +175,12 @@ private:
 // read error.
 bool readRange(int fd, std::uint64_t from, std::uint64_t length, std::string& out) {
     const std::size_t start = out.size();
-    out.resize(start + static_cast<std::size_t>(length));
+    try {
+        out.resize(start + static_cast<std::size_t>(length));
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return false;
+    }
     std::size_t filled = 0;
     while (filled < length) {
         const ssize_t n = ::pread(fd, out.data() + start + filled, out.size() - start - filled,
@@ -494,6 +478,17 @@ Error LogFileRewrite::failAndRestore(std::string_view what, int error) {
     return failure;
 }
 
+// Reads and matches a file; memory running out on the way leaves it as it was, like any read
+// error (nothing has been written yet).
+Result<bool> matchWithin(LogFileRewrite& file, DeletionTable& table, RewriteReport& report,
+                         const std::function<void(std::uint64_t)>& scanned) {
+    try {
+        return file.readAndMatch(table, report, scanned);
+    } catch (const std::bad_alloc&) {
+        return Error{ErrorCode::Io, "not enough memory to read a log file"};
+    }
+}
+
 } // namespace
 
 LogRewriter::LogRewriter(std::string dataDirectory)
@@ -524,7 +519,7 @@ RewriteReport LogRewriter::rewrite(DeletionTable& table, const RewriteProgress& 
                 progress(done + std::min(bytes, sizes[i]), total);
             }
         };
-        const Result<bool> cut = file.readAndMatch(table, report, scanned);
+        const Result<bool> cut = matchWithin(file, table, report, scanned);
         if (!cut) {
             report.problems.push_back(cut.error());
         } else if (*cut) {
