@@ -51,12 +51,9 @@ using Verb = std::function<int(const Context&)>;
 
 const std::map<std::string, Verb, std::less<>>& verbs() {
     static const std::map<std::string, Verb, std::less<>> table = {
-        {"settings", settingsCommand},
-        {"events", eventsCommand},
-        {"counts", countsCommand},
-        {"status", statusCommand},
-        {"report", reportCommand},
-        {"test-message", testMessageCommand},
+        {"settings", settingsCommand}, {"events", eventsCommand},
+        {"counts", countsCommand},     {"status", statusCommand},
+        {"report", reportCommand},     {"test-message", testMessageCommand},
     };
     return table;
 }
