@@ -51,7 +51,8 @@ WindowController::~WindowController() = default;
 void WindowController::buildPages() {
     // Added in page order: the index of a page in the stack is its Page value.
     m_home = new HomeView(m_delegate, m_ui->tabView);
-    m_scan = new ScanView(m_delegate.eventStore(), m_delegate.runtime(), m_ui->tabView);
+    m_scan = new ScanView(m_delegate.eventStore(), m_delegate.runtime(), m_delegate.dataDirectory(),
+                          m_ui->tabView);
     m_reports = new ReportsView(m_delegate, m_ui->tabView);
     m_tools = new ToolsView(m_ui->tabView);
     m_options = new ToolsViewOptions(m_delegate, m_ui->tabView);

@@ -13,6 +13,7 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/EventDump.h"
+#include "app/LoopMonitor.h"
 #include "app/PageScreenshots.h"
 #include "app/WindowController.h"
 #include "core/Version.h"
@@ -68,6 +69,9 @@ int main(int argc, char* argv[]) {
         constexpr int kLiveEventsMs = 2500;
         auto* pictures = new velmora::PageScreenshots(window, QDir(options.screenshots), &window);
         pictures->start(kLiveEventsMs);
+    }
+    if (velmora::LoopMonitor::wanted()) {
+        new velmora::LoopMonitor(delegate.eventStore(), &window);
     }
     if (options.quitAfterStart) {
         QTimer::singleShot(0, &app, &QCoreApplication::quit);

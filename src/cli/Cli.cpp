@@ -35,6 +35,9 @@ Commands:
                              the log file NAME (without ".log") or all of them; tab-separated
                              as the page exports it, or one JSON object a group:
                              {"key": KEY, "details": [[SECOND, THIRD, FORTH], ...]}
+  test-message [--host ADDRESS] [--port PORT]
+                             send the console's syslog test message to the server, by
+                             default to 127.0.0.1 port 514
 
 Options:
   --data-dir DIR             the data directory
@@ -48,11 +51,9 @@ using Verb = std::function<int(const Context&)>;
 
 const std::map<std::string, Verb, std::less<>>& verbs() {
     static const std::map<std::string, Verb, std::less<>> table = {
-        {"settings", settingsCommand},
-        {"events", eventsCommand},
-        {"counts", countsCommand},
-        {"status", statusCommand},
-        {"report", reportCommand},
+        {"settings", settingsCommand}, {"events", eventsCommand},
+        {"counts", countsCommand},     {"status", statusCommand},
+        {"report", reportCommand},     {"test-message", testMessageCommand},
     };
     return table;
 }

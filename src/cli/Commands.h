@@ -27,6 +27,7 @@ int eventsCommand(const Context& context);
 int countsCommand(const Context& context);
 int statusCommand(const Context& context);
 int reportCommand(const Context& context);
+int testMessageCommand(const Context& context);
 
 // The events of each severity, keyed by the popup option titles ("Alert", "Information").
 Json severityCounts(const SeverityCounters& counters);

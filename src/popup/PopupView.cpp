@@ -185,7 +185,7 @@ void PopupView::setDetails() {
 }
 
 void PopupView::popupAbout() {
-    auto* details = new ScanViewEvent(m_event, m_detailsOwner);
+    auto* details = new ScanViewEvent(m_store, m_event, nullptr, m_detailsOwner);
     details->setAttribute(Qt::WA_DeleteOnClose);
     details->setHideButtons(true);
     // Over the popup, which stays above other windows, and modal for the whole program.

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <QTimer>
 
@@ -23,10 +24,6 @@ QString toQString(std::optional<std::string_view> text) {
     }
     const std::string_view shown = utf8Prefix(*text, kMaxCellBytes);
     return QString::fromUtf8(shown.data(), static_cast<qsizetype>(shown.size()));
-}
-
-QString toQString(const std::optional<std::string>& text) {
-    return text ? toQString(std::optional<std::string_view>(*text)) : QString();
 }
 
 std::size_t levelIndex(Level level) {
@@ -88,19 +85,35 @@ QVariant EventTableModel::data(const QModelIndex& index, int role) const {
     }
 }
 
-QVariant EventTableModel::displayText(EventId id, int column) const {
+std::optional<std::string_view> EventTableModel::cellView(EventId id, int column,
+                                                         std::optional<std::string>& date) const {
     switch (column) {
     case DateColumn:
-        return toQString(m_store.date(id));
+        date = m_store.date(id);
+        return date ? std::optional<std::string_view>(*date) : std::nullopt;
     case PriorityColumn:
-        return toQString(m_store.priority(id));
+        return m_store.priority(id);
     case HostColumn:
-        return toQString(m_store.host(id));
+        return m_store.host(id);
     case MessageColumn:
-        return toQString(m_store.message(id));
+        return m_store.message(id);
     default:
+        return std::nullopt;
+    }
+}
+
+std::string EventTableModel::cellText(EventId id, int column) const {
+    std::optional<std::string> date;
+    const std::optional<std::string_view> text = cellView(id, column, date);
+    return text ? std::string(*text) : std::string();
+}
+
+QVariant EventTableModel::displayText(EventId id, int column) const {
+    if (column == ImageColumn) {
         return {};
     }
+    std::optional<std::string> date;
+    return toQString(cellView(id, column, date));
 }
 
 QVariant EventTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
@@ -187,6 +200,45 @@ void EventTableModel::removeEventRow(std::size_t row) {
     const std::size_t rows[] = {row};
     m_store.removeRows(rows);
     endRemoveRows();
+}
+
+void EventTableModel::removeEventRows(std::span<const int> rows) {
+    struct Run {
+        int first;
+        int last;
+    };
+    std::vector<Run> runs;
+    std::size_t moves = 0; // rows above the runs, which the store moves to close each gap
+    for (const int row : rows) {
+        if (runs.empty() || row != runs.back().last + 1) {
+            runs.push_back({row, row});
+            moves += static_cast<std::size_t>(row) + m_pending;
+        } else {
+            runs.back().last = row;
+        }
+    }
+    if (runs.empty()) {
+        return;
+    }
+    // Runs leave one by one while that moves fewer rows than one pass over the whole list.
+    if (moves <= m_store.size() || runs.size() == 1) {
+        for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
+            beginRemoveRows({}, run->first, run->last);
+            m_store.removeRowRange(static_cast<std::size_t>(run->first) + m_pending,
+                                   static_cast<std::size_t>(run->last - run->first + 1));
+            endRemoveRows();
+        }
+        return;
+    }
+    qCDebug(lcScan) << "removing" << rows.size() << "rows in" << runs.size() << "runs at once";
+    std::vector<std::size_t> indexes;
+    indexes.reserve(rows.size());
+    for (const int row : rows) {
+        indexes.push_back(static_cast<std::size_t>(row) + m_pending);
+    }
+    beginResetModel();
+    m_store.removeRows(indexes);
+    endResetModel();
 }
 
 void EventTableModel::rebuild(const std::function<void(EventStore&)>& change) {

@@ -3,6 +3,9 @@
 #include <array>
 #include <cstddef>
 #include <functional>
+#include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 
 #include <QAbstractTableModel>
@@ -46,7 +49,11 @@ public:
                         int role = Qt::DisplayRole) const override;
 
     const EventStore& store() const { return m_store; }
+    EventStore& store() { return m_store; }
     EventId eventAt(int row) const;
+    // The whole text of a cell, UTF-8, as an export writes it; the display role shows its
+    // beginning when it is very long.
+    std::string cellText(EventId id, int column) const;
 
     // A new event at the top, as received (the events page is not on screen).
     EventId insertRaw(const EventFields& fields, Dictionary extras);
@@ -61,6 +68,10 @@ public:
                 const SeverityLevels& levels);
     // Removes one row; `row` counts from the top of the store, new events included.
     void removeEventRow(std::size_t row);
+    // Removes rows as the views number them (ascending, no duplicates). A few runs of rows leave
+    // one by one; many runs over a long list are cut out in one pass and the views start over,
+    // which keeps their column order and scroll position.
+    void removeEventRows(std::span<const int> rows);
     // Lets `change` fill the store from scratch (the load at start); the views start over.
     void rebuild(const std::function<void(EventStore&)>& change);
 
@@ -75,6 +86,9 @@ private:
 
     void queueFlush();
     QVariant displayText(EventId id, int column) const;
+    // The text of a cell; `date` holds a date text the view points into.
+    std::optional<std::string_view> cellView(EventId id, int column,
+                                             std::optional<std::string>& date) const;
 };
 
 } // namespace velmora

@@ -1,26 +1,40 @@
 #include "scan/ScanView.h"
 
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <QFile>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QMouseEvent>
 #include <QShowEvent>
 
+#include "app/Alert.h"
+#include "app/FileDialogs.h"
 #include "app/LinkStyle.h"
 #include "core/settings/RuntimeSettings.h"
+#include "core/system/TestMessage.h"
+#include "scan/EventDeletion.h"
+#include "scan/EventExport.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanViewEvent.h"
 #include "ui_ScanView.h"
 
 namespace velmora {
 
-ScanView::ScanView(EventStore& store, const RuntimeSettings& runtime, QWidget* parent)
+ScanView::ScanView(EventStore& store, const RuntimeSettings& runtime, std::string dataDirectory,
+                   QWidget* parent)
     : QWidget(parent)
     , m_ui(std::make_unique<Ui::ScanView>())
     , m_runtime(runtime)
-    , m_model(new EventTableModel(store, this)) {
+    , m_dataDirectory(std::move(dataDirectory))
+    , m_model(new EventTableModel(store, this))
+    , m_progressDelay(PageTask::kDefaultProgressDelay)
+    , m_testAddress(TestMessage::kDefaultAddress)
+    , m_testPort(TestMessage::kDefaultPort) {
     m_ui->setupUi(this);
     setAutoFillBackground(true);
     QPalette white = palette();
@@ -28,6 +42,7 @@ ScanView::ScanView(EventStore& store, const RuntimeSettings& runtime, QWidget* p
     setPalette(white);
     setUpTable();
     setUpLinks();
+    setUpButtons();
 }
 
 ScanView::~ScanView() = default;
@@ -60,6 +75,17 @@ void ScanView::setUpLinks() {
     m_ui->scanActions->setCursor(Qt::PointingHandCursor);
     m_ui->scanActions->installEventFilter(this);
     m_ui->scanOptions->installEventFilter(this);
+}
+
+void ScanView::setUpButtons() {
+    connect(m_ui->scanDelete, &QPushButton::clicked, this, &ScanView::deleteEvents);
+    connect(m_ui->scanExport, &QPushButton::clicked, this, &ScanView::exportEvents);
+    connect(m_ui->scanTest, &QPushButton::clicked, this, &ScanView::testSyslog);
+}
+
+void ScanView::setTestMessageDestination(std::string address, std::uint16_t port) {
+    m_testAddress = std::move(address);
+    m_testPort = port;
 }
 
 bool ScanView::eventFilter(QObject* watched, QEvent* event) {
@@ -115,9 +141,129 @@ void ScanView::doubleClickTable(const QModelIndex& index) {
     if (!index.isValid()) {
         return;
     }
-    auto* sheet = new ScanViewEvent(m_model->eventAt(index.row()), this);
+    auto* sheet =
+        new ScanViewEvent(m_model->store(), m_model->eventAt(index.row()), m_ui->tableView, this);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->open();
+}
+
+std::vector<int> ScanView::selectedRows() const {
+    // Read from the selection's ranges: selecting all of ten million rows is one range.
+    std::vector<int> rows;
+    for (const QItemSelectionRange& range : m_ui->tableView->selectionModel()->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            rows.push_back(row);
+        }
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    return rows;
+}
+
+std::vector<int> ScanView::allRows() const {
+    std::vector<int> rows(static_cast<std::size_t>(m_model->rowCount()));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        rows[i] = static_cast<int>(i);
+    }
+    return rows;
+}
+
+std::vector<EventId> ScanView::eventsAt(const std::vector<int>& rows) const {
+    std::vector<EventId> events;
+    events.reserve(rows.size());
+    for (const int row : rows) {
+        events.push_back(m_model->eventAt(row));
+    }
+    return events;
+}
+
+void ScanView::startTask(PageTask* task, void (ScanView::*finished)()) {
+    m_task = task;
+    connect(task, &PageTask::finished, this, [this, task, finished] {
+        m_task = nullptr;
+        task->deleteLater();
+        emit(this->*finished)();
+    });
+    task->start();
+}
+
+void ScanView::deleteEvents() {
+    if (m_task) {
+        return;
+    }
+    bool all = false;
+    if (!m_ui->tableView->selectionModel()->hasSelection()) {
+        all = showAlert(this, tr("No events selected"),
+                        tr("Please select specific events or check all events."),
+                        tr("Delete all events"));
+        if (!all) {
+            return;
+        }
+    }
+    const bool confirmed =
+        all ? askYesNo(this, tr("Are you sure you want to delete all events?"),
+                       tr("By clicking 'Yes' you will permanently delete all events."))
+            : askYesNo(this, tr("Are you sure you want to delete selected events?"),
+                       tr("By clicking 'Yes' you will permanently delete selected events."));
+    if (!confirmed) {
+        return;
+    }
+    // The alerts ran an event loop: a new event may have come in and dropped the selection.
+    const std::vector<int> rows = all ? allRows() : selectedRows();
+    std::vector<EventId> events = eventsAt(rows);
+    m_model->removeEventRows(rows);
+    m_ui->tableView->clearSelection();
+    startTask(new EventDeletion(this, m_model->store(), std::move(events), m_runtime.newDateFormat,
+                                m_dataDirectory, m_progressDelay),
+              &ScanView::deletionFinished);
+}
+
+void ScanView::exportEvents() {
+    if (m_task) {
+        return;
+    }
+    bool all = false;
+    if (!m_ui->tableView->selectionModel()->hasSelection()) {
+        all = showAlert(this, tr("No events selected"),
+                        tr("Please select specific events or check all events."),
+                        tr("Export all events"));
+        if (!all) {
+            return;
+        }
+    }
+    const std::optional<QString> path =
+        chooseFileToSave(this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
+                         {{tr("Text"), {QStringLiteral("txt")}},
+                          {tr("Comma-separated values"), {QStringLiteral("csv")}}});
+    if (!path) {
+        return;
+    }
+    // The columns as the user arranged them.
+    const QHeaderView& header = *m_ui->tableView->horizontalHeader();
+    std::vector<int> columns;
+    std::vector<std::string> titles;
+    for (int visual = 0; visual < header.count(); ++visual) {
+        columns.push_back(header.logicalIndex(visual));
+        titles.push_back(
+            m_model->headerData(columns.back(), Qt::Horizontal).toString().toStdString());
+    }
+    startTask(new EventExport(this, *m_model, eventsAt(all ? allRows() : selectedRows()),
+                              std::move(columns), titles, QFile::encodeName(*path).toStdString(),
+                              m_progressDelay),
+              &ScanView::exportFinished);
+}
+
+void ScanView::testSyslog() {
+    Result<TestMessage> message = TestMessage::open();
+    if (!message) {
+        return;
+    }
+    // Whether the server got it shows only as the event in the table: the send is not checked.
+    [[maybe_unused]] const Status sent = message->send(m_testAddress, m_testPort);
+    // The socket stays open, one descriptor per press, as the console has always left it. The
+    // datagram is in the kernel's hands once sent, so closing would change nothing the user
+    // sees; keeping the known behaviour costs a descriptor per press, far from any limit.
+    std::move(*message).leaveOpen();
 }
 
 void ScanView::syslogActions() {

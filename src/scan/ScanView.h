@@ -1,7 +1,12 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
+#include <QPointer>
 #include <QWidget>
 
 #include "app/Page.h"
@@ -18,6 +23,7 @@ class ScanView;
 namespace velmora {
 
 class EventTableModel;
+class PageTask;
 struct RuntimeSettings;
 
 // Page 1: every event of the list in one table, newest on top, with its severity image and its
@@ -25,11 +31,16 @@ struct RuntimeSettings;
 //
 // Rows that entered while the page was hidden stay as received until the page appears; each
 // appearance brings every row's date and image up to the delegate's current formats and levels.
+//
+// Delete and Export work on the selected rows, or on all rows when the user asks for all events
+// in the alert that says none is selected. Either can take long over millions of events: past
+// half a second a progress sheet covers the window while it goes on (see PageTask).
 class ScanView : public QWidget {
     Q_OBJECT
 
 public:
-    ScanView(EventStore& store, const RuntimeSettings& runtime, QWidget* parent = nullptr);
+    ScanView(EventStore& store, const RuntimeSettings& runtime, std::string dataDirectory,
+             QWidget* parent = nullptr);
     ~ScanView() override;
 
     // The table's model (arrController): the window inserts through it while the page is hidden.
@@ -45,16 +56,29 @@ public:
     // Each time the page is shown.
     void viewWillAppear();
 
+    // How long a deletion or an export runs before the progress sheet shows.
+    void setProgressDelay(std::chrono::milliseconds delay) { m_progressDelay = delay; }
+    // Where the Test button sends its datagram: the server on this machine unless told otherwise.
+    void setTestMessageDestination(std::string address, std::uint16_t port);
+
 public slots:
     // syslogActions:, syslogOptions:
     void syslogActions();
     void syslogOptions();
     // doubleClickTable:
     void doubleClickTable(const QModelIndex& index);
+    // deleteEvents:, exportEvents:, testSyslog:
+    void deleteEvents();
+    void exportEvents();
+    void testSyslog();
 
 signals:
     // Asks the main window to open a settings page that returns to `parentTab`.
     void settingsPageRequested(velmora::Page page, velmora::Page parentTab);
+    // A deletion has rewritten the log files and lowered the counters; an export has ended
+    // (written or not).
+    void deletionFinished();
+    void exportFinished();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -63,10 +87,21 @@ protected:
 private:
     std::unique_ptr<Ui::ScanView> m_ui;
     const RuntimeSettings& m_runtime;
+    std::string m_dataDirectory;
     EventTableModel* m_model;
+    std::chrono::milliseconds m_progressDelay;
+    std::string m_testAddress;
+    std::uint16_t m_testPort;
+    QPointer<PageTask> m_task; // the deletion or export under way
 
     void setUpTable();
     void setUpLinks();
+    void setUpButtons();
+    // Model rows, ascending: those selected, or every row.
+    std::vector<int> selectedRows() const;
+    std::vector<int> allRows() const;
+    std::vector<EventId> eventsAt(const std::vector<int>& rows) const;
+    void startTask(PageTask* task, void (ScanView::*finished)());
 };
 
 } // namespace velmora

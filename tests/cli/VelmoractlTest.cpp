@@ -12,6 +12,7 @@
 #include "core/settings/SettingsStore.h"
 #include "core/system/ProcessTable.h"
 #include "support/TempDir.h"
+#include "support/UdpReceiver.h"
 
 namespace velmora {
 namespace {
@@ -338,6 +339,19 @@ TEST_F(VelmoractlEventsTest, CountsEveryWordOfEveryEvent) {
     EXPECT_EQ(outcome.out, R"({"Emergency":0,"Alert":1,"Critical":1,"Error":2,"Warning":1,)"
                            R"("Notice":2,"Information":1,"Debug":2,"Unknown":1})"
                            "\n");
+}
+
+TEST_F(VelmoractlTest, TestMessageSendsTheConsolesDatagram) {
+    const test::UdpReceiver server;
+    const std::string port = std::to_string(server.port());
+    const Outcome sent = run({"test-message", "--host", "127.0.0.1", "--port", port});
+    ASSERT_EQ(sent.status, 0) << sent.err;
+    EXPECT_EQ(server.receive(), "<191>Kestrix Velmora - Test message");
+
+    EXPECT_EQ(run({"test-message", "--port", "0"}).status, 2);
+    EXPECT_EQ(run({"test-message", "--port", "65536"}).status, 2);
+    EXPECT_EQ(run({"test-message", "--host", "localhost"}).status, 2);
+    EXPECT_EQ(run({"test-message", "extra"}).status, 2);
 }
 
 } // namespace

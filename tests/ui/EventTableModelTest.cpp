@@ -43,6 +43,8 @@ private slots:
     void rebuildDropsPendingInserts();
     void longListLoadsConsistentlyNewestOnTop();
     void staysValidThroughInsertsRemovalsAndAppearances();
+    void manyRowsLeaveInOneGo_data();
+    void manyRowsLeaveInOneGo();
 };
 
 void EventTableModelTest::showsFiveColumnsFormattedOnDemand() {
@@ -222,6 +224,51 @@ void EventTableModelTest::staysValidThroughInsertsRemovalsAndAppearances() {
     QCOMPARE(static_cast<std::size_t>(model.rowCount()), store.size());
     model.rebuild([](EventStore&) {});
     QCOMPARE(model.rowCount(), 4);
+}
+
+void EventTableModelTest::manyRowsLeaveInOneGo_data() {
+    QTest::addColumn<QList<int>>("removed");
+    QTest::addColumn<int>("removals"); // rowsRemoved signals; 0: the views start over
+    QTest::newRow("runs near the top") << QList<int>{0, 1, 3} << 2;
+    QTest::newRow("one long run") << QList<int>{2, 3, 4, 5, 6, 7, 8} << 1;
+    QTest::newRow("runs spread over the list") << QList<int>{1, 4, 6, 8} << 0;
+}
+
+void EventTableModelTest::manyRowsLeaveInOneGo() {
+    QFETCH(QList<int>, removed);
+    QFETCH(int, removals);
+    EventStore store;
+    EventTableModel model(store);
+    QAbstractItemModelTester tester(&model, kTester);
+    for (int i = 9; i >= 0; --i) { // row i shows message i
+        model.insertRaw(record("1", "Kern.Notice", "h", std::to_string(i)), {});
+    }
+    runQueued();
+    // Two new events the views were not told of yet sit above row 0.
+    model.insertRaw(record("1", "Kern.Notice", "h", "new"), {});
+    model.insertRaw(record("1", "Kern.Notice", "h", "new"), {});
+    QSignalSpy rowsRemoved(&model, &QAbstractItemModel::rowsRemoved);
+    QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+
+    const std::vector<int> rows(removed.begin(), removed.end());
+    model.removeEventRows(rows);
+
+    QCOMPARE(rowsRemoved.count(), removals);
+    QCOMPARE(reset.count(), removals == 0 ? 1 : 0);
+    QStringList left;
+    for (int row = 0; row < model.rowCount(); ++row) {
+        left << cell(model, row, EventTableModel::MessageColumn).toString();
+    }
+    QStringList expected;
+    for (int i = 0; i < 10; ++i) {
+        if (!removed.contains(i)) {
+            expected << QString::number(i);
+        }
+    }
+    QCOMPARE(left, expected);
+    runQueued();
+    QCOMPARE(model.rowCount(), expected.size() + 2);
+    QCOMPARE(cell(model, 0, EventTableModel::MessageColumn).toString(), "new");
 }
 
 QTEST_MAIN(EventTableModelTest)

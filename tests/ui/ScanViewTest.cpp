@@ -5,6 +5,7 @@
 
 #include <QItemSelectionModel>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include "core/eventlog/EventStore.h"
@@ -62,6 +63,7 @@ private slots:
     void doubleClickOpensTheEventSheet();
 
 private:
+    QTemporaryDir m_dir;
     std::unique_ptr<EventStore> m_store;
     std::unique_ptr<RuntimeSettings> m_runtime;
     std::unique_ptr<ScanView> m_page;
@@ -77,7 +79,7 @@ private:
 void ScanViewTest::init() {
     m_store = std::make_unique<EventStore>();
     m_runtime = std::make_unique<RuntimeSettings>();
-    m_page = std::make_unique<ScanView>(*m_store, *m_runtime);
+    m_page = std::make_unique<ScanView>(*m_store, *m_runtime, m_dir.path().toStdString());
     m_page->resize(800, 500);
 }
 

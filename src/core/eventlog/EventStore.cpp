@@ -206,6 +206,25 @@ void EventStore::removeRows(std::span<const std::size_t> rows) {
     m_rows.truncate(static_cast<std::size_t>(kept - m_rows.begin()));
 }
 
+void EventStore::removeRowRange(std::size_t first, std::size_t count) {
+    if (first >= m_rows.size() || count == 0) {
+        return;
+    }
+    count = std::min(count, m_rows.size() - first);
+    if (m_endEpochs.empty()) {
+        m_endEpochs.assign(m_events.size(), kInList);
+    }
+    // Rows count from the top; m_rows holds the oldest first.
+    std::uint32_t* const end = m_rows.end() - first;
+    std::uint32_t* const begin = end - count;
+    const std::uint32_t now = m_dates.epoch();
+    for (const std::uint32_t* it = begin; it != end; ++it) {
+        m_endEpochs[*it] = now;
+    }
+    std::move(end, m_rows.end(), begin);
+    m_rows.truncate(m_rows.size() - count);
+}
+
 std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displayDate,
                                                          std::string_view priority,
                                                          std::string_view host,

@@ -93,6 +93,9 @@ public:
     // is passed over). The counters are left as they are. Removed events keep their texts and
     // their last date and image. One pass over the rows above the lowest removed one.
     void removeRows(std::span<const std::size_t> rows);
+    // Removes `count` rows from row `first` down. It moves only the rows above them, so a run
+    // near the top of a long list costs little; removeRows compacts the whole list once.
+    void removeRowRange(std::size_t first, std::size_t count);
 
     // The first row from the top whose date text equals `displayDate` and whose priority, host
     // and message equal the record's, all exactly. A field that is absent on either side never

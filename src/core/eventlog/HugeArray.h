@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/eventlog/PageMemory.h"
+#include "core/system/PageMemory.h"
 
 namespace velmora {
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "core/eventlog/PageMemory.h"
+#include "core/system/PageMemory.h"
 
 namespace velmora {
 

@@ -2,8 +2,9 @@
 
 #include <cstddef>
 #include <new>
-#include <sys/mman.h>
 #include <vector>
+
+#include "core/system/PageMemory.h"
 
 namespace velmora {
 
@@ -22,36 +23,27 @@ public:
     HugePageAllocator(const HugePageAllocator<U>& /*other*/) noexcept {}
 
     T* allocate(std::size_t n) {
-        if (n * sizeof(T) < kHugePage) {
+        if (n * sizeof(T) < page_memory::kHugePageBytes) {
             return static_cast<T*>(::operator new(n * sizeof(T)));
         }
-        const std::size_t bytes = roundUp(n * sizeof(T));
-        void* p =
-            ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (p == MAP_FAILED) {
+        void* p = page_memory::map(n * sizeof(T));
+        if (p == nullptr) {
             throw std::bad_alloc();
         }
-        ::madvise(p, bytes, MADV_HUGEPAGE);
         return static_cast<T*>(p);
     }
 
     void deallocate(T* p, std::size_t n) noexcept {
-        if (n * sizeof(T) < kHugePage) {
+        if (n * sizeof(T) < page_memory::kHugePageBytes) {
             ::operator delete(p);
         } else {
-            ::munmap(p, roundUp(n * sizeof(T)));
+            page_memory::unmap(p, n * sizeof(T));
         }
     }
 
     template <typename U>
     bool operator==(const HugePageAllocator<U>& /*other*/) const noexcept {
         return true;
-    }
-
-private:
-    static constexpr std::size_t kHugePage = std::size_t{2} << 20;
-    static std::size_t roundUp(std::size_t bytes) {
-        return (bytes + kHugePage - 1) / kHugePage * kHugePage;
     }
 };
 

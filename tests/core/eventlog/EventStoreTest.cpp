@@ -239,10 +239,13 @@ void runSequences(std::uint32_t seed, const SequenceShape& shape) {
                     page.levels[s] = static_cast<std::int64_t>(random() % 4); // 3: no image
                 }
                 break;
-            case 4: { // events removed
+            case 4: { // events removed, scattered or as one run
+                const bool run = random() % 2 == 0;
                 std::vector<std::size_t> rows;
+                const std::size_t first = page.rows.empty() ? 0 : random() % page.rows.size();
+                const std::size_t count = 1 + random() % 5;
                 for (std::size_t r = 0; r < page.rows.size(); ++r) {
-                    if (random() % 4 == 0) {
+                    if (run ? r >= first && r < first + count : random() % 4 == 0) {
                         rows.push_back(r);
                     }
                 }
@@ -251,7 +254,11 @@ void runSequences(std::uint32_t seed, const SequenceShape& shape) {
                     removed.emplace_back(store.at(*it), *at);
                     page.rows.erase(at);
                 }
-                store.removeRows(rows);
+                if (run) {
+                    store.removeRowRange(first, count);
+                } else {
+                    store.removeRows(rows);
+                }
                 break;
             }
             case 5: // someone looks at a row

@@ -1,4 +1,4 @@
-#include "core/eventlog/PageMemory.h"
+#include "core/system/PageMemory.h"
 
 #include <sys/mman.h>
 

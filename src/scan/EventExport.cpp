@@ -1,0 +1,76 @@
+#include "scan/EventExport.h"
+
+#include <utility>
+
+#include "app/Logging.h"
+#include "scan/EventTableModel.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr std::size_t kRowsPerCheck = 256;
+constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+
+} // namespace
+
+EventExport::EventExport(QWidget* page, const EventTableModel& model, std::vector<EventId> events,
+                         std::vector<int> columns, const std::vector<std::string>& titles,
+                         std::string path, std::chrono::milliseconds progressDelay)
+    : PageTask(page, tr("Exporting events..."), progressDelay)
+    , m_model(model)
+    , m_events(std::move(events))
+    , m_columns(std::move(columns))
+    , m_text(ExportText::separatorFor(path)) {
+    Result<AtomicFileWriter> writer = AtomicFileWriter::open(path, NewFileMode::UserDefault);
+    if (writer) {
+        m_writer.emplace(std::move(*writer));
+    } else {
+        m_outcome = writer.error();
+    }
+    m_text.appendLine(titles, m_pending);
+}
+
+PageTask::Step EventExport::step(Clock::time_point deadline) {
+    if (!m_writer) {
+        return end(m_outcome);
+    }
+    m_cells.resize(m_columns.size());
+    while (m_next < m_events.size()) {
+        const EventId event = m_events[m_next];
+        for (std::size_t i = 0; i < m_columns.size(); ++i) {
+            m_cells[i] = m_model.cellText(event, m_columns[i]);
+        }
+        m_text.appendLine(m_cells, m_pending);
+        ++m_next;
+        if (m_pending.size() >= kBlockBytes && !writePending()) {
+            return end(m_outcome);
+        }
+        if (m_next % kRowsPerCheck == 0 && Clock::now() >= deadline) {
+            setProgress(m_next, m_events.size());
+            return Step::More;
+        }
+    }
+    if (!writePending()) {
+        return end(m_outcome);
+    }
+    return end(m_writer->commit());
+}
+
+bool EventExport::writePending() {
+    m_outcome = m_writer->write(m_pending);
+    m_pending.clear();
+    return m_outcome.ok();
+}
+
+PageTask::Step EventExport::end(Status outcome) {
+    m_outcome = std::move(outcome);
+    // A failed write is passed over in silence, as every file error of the console.
+    if (!m_outcome) {
+        qCInfo(lcScan) << "export:" << m_outcome.error().message.c_str();
+    }
+    m_writer.reset();
+    return Step::Done;
+}
+
+} // namespace velmora
