@@ -1,7 +1,5 @@
 #include "actions/ActionListModel.h"
 
-#include <utility>
-
 #include <QStringList>
 
 #include "actions/ActionRecord.h"
@@ -32,23 +30,7 @@ QString commandsText(const Dictionary& action) {
 } // namespace
 
 ActionListModel::ActionListModel(QObject* parent)
-    : QAbstractTableModel(parent) {}
-
-int ActionListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(m_actions.size());
-}
-
-int ActionListModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : kColumnCount;
-}
-
-QVariant ActionListModel::data(const QModelIndex& index, int role) const {
-    if (role != Qt::DisplayRole || !checkIndex(index, CheckIndexOption::IndexIsValid)) {
-        return {};
-    }
-    const Dictionary* action = m_actions[static_cast<std::size_t>(index.row())].asDictionary();
-    return action ? displayText(*action, index.column()) : QString();
-}
+    : RecordListModel(kColumnCount, parent) {}
 
 QString ActionListModel::displayText(const Dictionary& action, int column) const {
     switch (column) {
@@ -89,49 +71,6 @@ QVariant ActionListModel::headerData(int section, Qt::Orientation orientation, i
         return tr("Commands");
     default:
         return {};
-    }
-}
-
-void ActionListModel::setActions(Array actions) {
-    beginResetModel();
-    m_actions = std::move(actions);
-    endResetModel();
-}
-
-Dictionary ActionListModel::actionAt(int row) const {
-    if (row < 0 || row >= rowCount()) {
-        return {};
-    }
-    const Dictionary* action = m_actions[static_cast<std::size_t>(row)].asDictionary();
-    return action ? *action : Dictionary();
-}
-
-void ActionListModel::append(Dictionary action) {
-    const int row = rowCount();
-    beginInsertRows({}, row, row);
-    m_actions.emplace_back(std::move(action));
-    endInsertRows();
-}
-
-void ActionListModel::replace(int row, Dictionary action) {
-    if (row < 0 || row >= rowCount()) {
-        return;
-    }
-    m_actions[static_cast<std::size_t>(row)] = Value(std::move(action));
-    emit dataChanged(index(row, 0), index(row, kColumnCount - 1));
-}
-
-void ActionListModel::removeEqualTo(int row) {
-    if (row < 0 || row >= rowCount()) {
-        return;
-    }
-    const Value removed = m_actions[static_cast<std::size_t>(row)];
-    for (int at = rowCount() - 1; at >= 0; --at) {
-        if (m_actions[static_cast<std::size_t>(at)] == removed) {
-            beginRemoveRows({}, at, at);
-            m_actions.erase(m_actions.begin() + at);
-            endRemoveRows();
-        }
     }
 }
 

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <QAbstractTableModel>
-
-#include "core/archive/Value.h"
+#include "app/RecordListModel.h"
 
 namespace velmora {
 
-// The Actions page's table over its working list of action records. The list is the one the
-// page saves: the table shows exactly what Save will store, in order. An element that is not a
-// record (a file written by something else) shows as an empty row and is stored back unchanged.
-class ActionListModel : public QAbstractTableModel {
+// The Actions page's table over its working list of action records, one action a row.
+class ActionListModel : public RecordListModel {
     Q_OBJECT
 
 public:
@@ -25,27 +21,11 @@ public:
 
     explicit ActionListModel(QObject* parent = nullptr);
 
-    int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
-    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation,
                         int role = Qt::DisplayRole) const override;
 
-    const Array& actions() const { return m_actions; }
-    void setActions(Array actions);
-    // The record of a row; an empty one for an element that is not a record.
-    Dictionary actionAt(int row) const;
-
-    void append(Dictionary action);
-    void replace(int row, Dictionary action);
-    // Removes the row's action and every other action equal to it (the same strings and
-    // commands): records are told apart only by value.
-    void removeEqualTo(int row);
-
-private:
-    Array m_actions;
-
-    QString displayText(const Dictionary& action, int column) const;
+protected:
+    QString displayText(const Dictionary& action, int column) const override;
 };
 
 } // namespace velmora

@@ -60,7 +60,7 @@ void ToolsViewActions::showEvent(QShowEvent* event) {
 void ToolsViewActions::viewWillAppear() {
     m_ui->saveButton->setEnabled(false);
     m_settings = delegate().settingsStore().readDictionary().value_or(Dictionary());
-    m_actions->setActions(m_settings.array(kActionsArray));
+    m_actions->setRecords(m_settings.array(kActionsArray));
     deselectAll();
 }
 
@@ -92,7 +92,7 @@ void ToolsViewActions::automaticActions() {
     // With no row selected the editor starts a new action.
     std::optional<Dictionary> editing;
     if (const std::optional<int> row = selectedRow()) {
-        editing = m_actions->actionAt(*row);
+        editing = m_actions->recordAt(*row);
     }
     auto* sheet = new ActionView(std::move(editing), this);
     connect(sheet, &ActionView::actionSaved, this, &ToolsViewActions::storeAction);
@@ -136,7 +136,7 @@ void ToolsViewActions::openSheet(QDialog* sheet) {
 
 void ToolsViewActions::onSave() {
     // Every other key is written back as it was read when the page appeared.
-    m_settings.set(std::string(kActionsArray), m_actions->actions());
+    m_settings.set(std::string(kActionsArray), m_actions->records());
     if (const Status saved = delegate().settingsStore().saveDictionary(m_settings); !saved) {
         qCInfo(lcApp) << "actions not saved:" << saved.error().message.c_str();
     }

@@ -1,5 +1,5 @@
 // Feeds the live-notification handler a user-information dictionary of arbitrary keys and
-// values, built from the input bytes: texts of any bytes and length (huge ones included),
+// values, built from the input bytes: texts of any bytes and length (up to 128 KiB),
 // integers, booleans, reals (NaN and infinities too), data, dates, and nested lists and
 // dictionaries, under the keys the handler reads or any other. Each dictionary goes the way of
 // a notification through the console: read as a "Set" or "Remove", entered into the event list
@@ -26,7 +26,10 @@ namespace {
 using namespace velmora;
 
 constexpr int kMaxDepth = 4;
-// The list starts over past these, so that a long run stays within memory.
+constexpr std::size_t kHugeTextBytes = std::size_t{128} << 10;
+// The list starts over past these, so that a long run stays within memory. The bytes are those
+// of the notifications entered: their extra keys, kept with the events, are not in the list's
+// own memory figure.
 constexpr std::size_t kEventsBeforeReset = 20'000;
 constexpr std::size_t kBytesBeforeReset = std::size_t{256} << 20;
 
@@ -50,17 +53,24 @@ public:
         return value;
     }
 
+    // A short text, or (length byte 0xFF) a short text repeated to 128 KiB: past what a 16-bit
+    // length holds.
     std::string text() {
         const std::uint8_t length = byte();
-        if (length == 0xFF) {
-            // A huge text: a few bytes repeated to a megabyte.
-            const std::string unit = text();
-            std::string huge;
-            while (!unit.empty() && huge.size() < (std::size_t{1} << 20)) {
-                huge += unit;
-            }
-            return huge;
+        if (length != 0xFF) {
+            return shortText(length);
         }
+        const std::string unit = shortText(byte());
+        std::string huge;
+        huge.reserve((kHugeTextBytes) + unit.size());
+        while (!unit.empty() && huge.size() < (kHugeTextBytes)) {
+            huge += unit;
+        }
+        return huge;
+    }
+
+private:
+    std::string shortText(std::uint8_t length) {
         std::string out;
         for (std::uint8_t i = 0; i < length && m_pos < m_size; ++i) {
             out.push_back(static_cast<char>(byte()));
@@ -68,7 +78,6 @@ public:
         return out;
     }
 
-private:
     const std::uint8_t* m_data;
     std::size_t m_size;
     std::size_t m_pos = 0;
@@ -119,8 +128,36 @@ Value value(Recipe& recipe, int depth) {
     }
 }
 
+std::size_t textBytes(const Dictionary& dictionary);
+
+// The bytes of the texts and data in a value, roughly what keeping a copy of it costs.
+std::size_t textBytes(const Value& v) {
+    std::size_t bytes = sizeof(Value);
+    if (const std::string* text = v.asString()) {
+        bytes += text->size();
+    } else if (const Data* data = v.asData()) {
+        bytes += data->bytes.size();
+    } else if (const Array* list = v.asArray()) {
+        for (const Value& element : *list) {
+            bytes += textBytes(element);
+        }
+    } else if (const Dictionary* dictionary = v.asDictionary()) {
+        bytes += textBytes(*dictionary);
+    }
+    return bytes;
+}
+
+std::size_t textBytes(const Dictionary& dictionary) {
+    std::size_t bytes = 0;
+    for (const auto& [key, element] : dictionary) {
+        bytes += key.size() + textBytes(element);
+    }
+    return bytes;
+}
+
 struct Console {
     EventStore store;
+    std::size_t enteredBytes = 0;
     std::vector<std::string> popupList{"Error", "Information", "Unknown"};
 };
 
@@ -184,8 +221,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Recipe recipe(data, size);
     const Dictionary userInformation = dictionary(recipe, 0);
     handle(userInformation, recipe);
+    console->enteredBytes += textBytes(userInformation);
     if (console->store.size() > kEventsBeforeReset ||
-        console->store.memoryBytes() > kBytesBeforeReset) {
+        console->store.memoryBytes() + console->enteredBytes > kBytesBeforeReset) {
         console = std::make_unique<Console>();
     }
     return 0;
