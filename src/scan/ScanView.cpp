@@ -187,19 +187,26 @@ void ScanView::startTask(PageTask* task, void (ScanView::*finished)()) {
     task->start();
 }
 
+std::optional<bool> ScanView::selectionOrAll(const QString& allButton) {
+    if (m_ui->tableView->selectionModel()->hasSelection()) {
+        return false;
+    }
+    if (showAlert(this, tr("No events selected"),
+                  tr("Please select specific events or check all events."), allButton)) {
+        return true;
+    }
+    return std::nullopt;
+}
+
 void ScanView::deleteEvents() {
     if (m_task) {
         return;
     }
-    bool all = false;
-    if (!m_ui->tableView->selectionModel()->hasSelection()) {
-        all = showAlert(this, tr("No events selected"),
-                        tr("Please select specific events or check all events."),
-                        tr("Delete all events"));
-        if (!all) {
-            return;
-        }
+    const std::optional<bool> chosen = selectionOrAll(tr("Delete all events"));
+    if (!chosen) {
+        return;
     }
+    const bool all = *chosen;
     const bool confirmed =
         all ? askYesNo(this, tr("Are you sure you want to delete all events?"),
                        tr("By clicking 'Yes' you will permanently delete all events."))
@@ -222,15 +229,11 @@ void ScanView::exportEvents() {
     if (m_task) {
         return;
     }
-    bool all = false;
-    if (!m_ui->tableView->selectionModel()->hasSelection()) {
-        all = showAlert(this, tr("No events selected"),
-                        tr("Please select specific events or check all events."),
-                        tr("Export all events"));
-        if (!all) {
-            return;
-        }
+    const std::optional<bool> chosen = selectionOrAll(tr("Export all events"));
+    if (!chosen) {
+        return;
     }
+    const bool all = *chosen;
     const std::optional<QString> path =
         chooseFileToSave(this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
                          {{tr("Text"), {QStringLiteral("txt")}},

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -99,6 +100,9 @@ private:
     void setUpButtons();
     // Model rows, ascending: those selected, or every row.
     std::vector<int> selectedRows() const;
+    // Whether an operation covers every row: false with a selection; with none, true when the
+    // administrator takes the alert's offer of all events (button `allButton`), else nullopt.
+    std::optional<bool> selectionOrAll(const QString& allButton);
     std::vector<int> allRows() const;
     std::vector<EventId> eventsAt(const std::vector<int>& rows) const;
     void startTask(PageTask* task, void (ScanView::*finished)());

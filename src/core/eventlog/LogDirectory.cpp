@@ -5,16 +5,13 @@
 #include <dirent.h>
 #include <memory>
 
+#include "core/system/FileHandles.h"
+
 namespace velmora {
 
 namespace {
 
 constexpr std::string_view kLogExtension = "log";
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using DirectoryHandle = std::unique_ptr<DIR, DirectoryCloser>;
 
 Error directoryError(const std::string& directory, int error) {
     return {error == ENOENT ? ErrorCode::NotFound : ErrorCode::Io,

@@ -8,6 +8,7 @@
 
 #include "core/archive/KeyedArchive.h"
 #include "core/system/AtomicFile.h"
+#include "core/system/FileHandles.h"
 
 namespace velmora {
 
@@ -21,31 +22,6 @@ constexpr std::size_t kMaxSettingsBytes = 64 * 1024 * 1024;
 Error ioError(std::string_view what, const std::string& path, int error) {
     return {ErrorCode::Io, std::string(what) + " " + path + ": " + std::strerror(error)};
 }
-
-// Closes a descriptor on every path out of a function.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd)
-        : m_fd(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    int get() const { return m_fd; }
-    bool valid() const { return m_fd >= 0; }
-    // Closes now and reports whether the close (which may flush) succeeded.
-    bool close() {
-        const int fd = m_fd;
-        m_fd = -1;
-        return ::close(fd) == 0;
-    }
-
-private:
-    int m_fd;
-};
 
 bool writeAll(int fd, std::span<const std::uint8_t> bytes, off_t offset) {
     while (!bytes.empty()) {

@@ -9,31 +9,11 @@
 #include <memory>
 #include <unistd.h>
 
+#include "core/system/FileHandles.h"
+
 namespace velmora {
 
 namespace {
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, DirectoryCloser>;
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd)
-        : m_fd(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 bool isProcessEntry(const char* name) {
     if (*name == '\0') {
@@ -76,7 +56,7 @@ bool commEquals(int procFd, const char* pid, std::string_view name) {
 } // namespace
 
 bool isProcessRunning(std::string_view name, const std::string& procRoot) {
-    const Directory proc(::opendir(procRoot.c_str()));
+    const DirectoryHandle proc(::opendir(procRoot.c_str()));
     if (!proc) {
         return false;
     }
