@@ -11,7 +11,8 @@ class HelpGuide {
 public:
     // The guide as a local file, written (again) now; an empty URL when it cannot be written.
     static QUrl writeLocalCopy();
-    // Opens the installed guide, else the bundled one, in the default browser. Returns whether a browser was asked to.
+    // Opens the installed guide, else the bundled one, in the default browser. Returns whether a
+    // browser was asked to.
     static bool open();
 };
 

@@ -86,7 +86,7 @@ QVariant EventTableModel::data(const QModelIndex& index, int role) const {
 }
 
 std::optional<std::string_view> EventTableModel::cellView(EventId id, int column,
-                                                         std::optional<std::string>& date) const {
+                                                          std::optional<std::string>& date) const {
     switch (column) {
     case DateColumn:
         date = m_store.date(id);
