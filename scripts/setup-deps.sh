@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs every Debian package that building, testing and running the console need.
-# Idempotent: when everything is present it only checks, quietly, and returns.
+# Idempotent: when everything is present it only checks, quietly, and returns. With --fuzz it
+# also installs what the fuzz targets need.
 set -euo pipefail
 
 packages=(
@@ -22,9 +23,12 @@ packages=(
   xvfb xauth dbus libglib2.0-bin poppler-utils
   # validation of the desktop entry and the AppStream metadata; building the Debian package
   desktop-file-utils appstream dpkg-dev
-  # fuzzing and sanitizer runtimes
-  clang libclang-rt-14-dev
 )
+# The fuzz targets need clang and its sanitizer runtimes; only for those who run them
+# (scripts/setup-deps.sh --fuzz), since the tests and the console do not.
+if [ "${1:-}" = "--fuzz" ]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
