@@ -30,7 +30,9 @@ QString commandsText(const Dictionary& action) {
 } // namespace
 
 ActionListModel::ActionListModel(QObject* parent)
-    : RecordListModel(kColumnCount, parent) {}
+    : RecordListModel(
+          {tr("Name"), tr("Host"), tr("Facility"), tr("Severity"), tr("Message"), tr("Commands")},
+          parent) {}
 
 QString ActionListModel::displayText(const Dictionary& action, int column) const {
     switch (column) {
@@ -47,28 +49,6 @@ QString ActionListModel::displayText(const Dictionary& action, int column) const
         return text(action, filter_record::kMessage);
     case CommandsColumn:
         return commandsText(action);
-    default:
-        return {};
-    }
-}
-
-QVariant ActionListModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) {
-        return QAbstractTableModel::headerData(section, orientation, role);
-    }
-    switch (section) {
-    case NameColumn:
-        return tr("Name");
-    case HostColumn:
-        return tr("Host");
-    case FacilityColumn:
-        return tr("Facility");
-    case SeverityColumn:
-        return tr("Severity");
-    case MessageColumn:
-        return tr("Message");
-    case CommandsColumn:
-        return tr("Commands");
     default:
         return {};
     }

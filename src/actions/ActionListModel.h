@@ -21,9 +21,6 @@ public:
 
     explicit ActionListModel(QObject* parent = nullptr);
 
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-
 protected:
     QString displayText(const Dictionary& action, int column) const override;
 };

@@ -4,16 +4,16 @@
 
 namespace velmora {
 
-RecordListModel::RecordListModel(int columns, QObject* parent)
+RecordListModel::RecordListModel(QStringList titles, QObject* parent)
     : QAbstractTableModel(parent)
-    , m_columns(columns) {}
+    , m_titles(std::move(titles)) {}
 
 int RecordListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(m_records.size());
 }
 
 int RecordListModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : m_columns;
+    return parent.isValid() ? 0 : static_cast<int>(m_titles.size());
 }
 
 QVariant RecordListModel::data(const QModelIndex& index, int role) const {
@@ -22,6 +22,14 @@ QVariant RecordListModel::data(const QModelIndex& index, int role) const {
     }
     const Dictionary* record = m_records[static_cast<std::size_t>(index.row())].asDictionary();
     return record != nullptr ? displayText(*record, index.column()) : QString();
+}
+
+QVariant RecordListModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 ||
+        section >= m_titles.size()) {
+        return QAbstractTableModel::headerData(section, orientation, role);
+    }
+    return m_titles[section];
 }
 
 void RecordListModel::setRecords(Array records) {
@@ -50,7 +58,7 @@ void RecordListModel::replace(int row, Dictionary record) {
         return;
     }
     m_records[static_cast<std::size_t>(row)] = Value(std::move(record));
-    emit dataChanged(index(row, 0), index(row, m_columns - 1));
+    emit dataChanged(index(row, 0), index(row, columnCount() - 1));
 }
 
 void RecordListModel::removeEqualTo(int row) {

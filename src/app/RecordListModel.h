@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QStringList>
 
 #include "core/archive/Value.h"
 
@@ -17,6 +18,8 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
 
     const Array& records() const { return m_records; }
     void setRecords(Array records);
@@ -30,13 +33,14 @@ public:
     void removeEqualTo(int row);
 
 protected:
-    RecordListModel(int columns, QObject* parent);
+    // One column a title.
+    RecordListModel(QStringList titles, QObject* parent);
 
     // What `record` shows in `column`.
     virtual QString displayText(const Dictionary& record, int column) const = 0;
 
 private:
-    int m_columns;
+    QStringList m_titles;
     Array m_records;
 };
 

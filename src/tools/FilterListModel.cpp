@@ -16,32 +16,12 @@ constexpr std::array<std::string_view, FilterListModel::kColumnCount> kColumnKey
 } // namespace
 
 FilterListModel::FilterListModel(QObject* parent)
-    : RecordListModel(kColumnCount, parent) {}
+    : RecordListModel(
+          {tr("Name"), tr("IP address"), tr("Mask"), tr("Facility"), tr("Severity"), tr("Message")},
+          parent) {}
 
 QString FilterListModel::displayText(const Dictionary& record, int column) const {
     return QString::fromStdString(record.string(kColumnKeys[static_cast<std::size_t>(column)]));
-}
-
-QVariant FilterListModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) {
-        return QAbstractTableModel::headerData(section, orientation, role);
-    }
-    switch (section) {
-    case NameColumn:
-        return tr("Name");
-    case IPColumn:
-        return tr("IP address");
-    case MaskColumn:
-        return tr("Mask");
-    case FacilityColumn:
-        return tr("Facility");
-    case SeverityColumn:
-        return tr("Severity");
-    case MessageColumn:
-        return tr("Message");
-    default:
-        return {};
-    }
 }
 
 } // namespace velmora

@@ -21,9 +21,6 @@ public:
 
     explicit FilterListModel(QObject* parent = nullptr);
 
-    QVariant headerData(int section, Qt::Orientation orientation,
-                        int role = Qt::DisplayRole) const override;
-
 protected:
     QString displayText(const Dictionary& record, int column) const override;
 };
