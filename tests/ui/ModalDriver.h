@@ -4,6 +4,8 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QTimer>
 #include <QWidget>
 #include <QtTest>
@@ -34,6 +36,18 @@ void whenModal(std::function<void(Dialog&)> answer) {
         }
     });
     timer->start(5);
+}
+
+// Chooses `path` in a file dialog as a user would: typed into the name field, then the default
+// button. (QFileDialog::selectFile leaves the field alone while it has the focus, which the
+// dialog gives it at a moment of its own.)
+inline void chooseFile(QFileDialog& dialog, const QString& path) {
+    dialog.setOption(QFileDialog::DontConfirmOverwrite);
+    auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    QVERIFY(name != nullptr);
+    name->setText(path);
+    static_cast<QDialog&>(dialog).accept(); // QFileDialog::accept, as its default button
+    QVERIFY2(!dialog.isVisible(), qPrintable(path));
 }
 
 } // namespace velmora::test

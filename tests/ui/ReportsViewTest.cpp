@@ -297,8 +297,7 @@ void ReportsViewTest::exportOfAFreshReportWritesTheGroupLines() {
     test::whenModal<QFileDialog>([&](QFileDialog& dialog) {
         QCOMPARE(dialog.windowTitle(),
                  "Please select export file name with 'txt' or 'csv' extensions:");
-        dialog.selectFile(path);
-        static_cast<QDialog&>(dialog).accept();
+        test::chooseFile(dialog, path);
     });
     m_page->exportResults();
     QCOMPARE(QString::fromStdString(test::readFile(path.toStdString())),

@@ -297,8 +297,7 @@ void ScanOperationsTest::exportWritesTheShownTexts() {
         QCOMPARE(chooser.nameFilters().size(), 2);
         QVERIFY(chooser.nameFilters()[0].contains("*.txt"));
         QVERIFY(chooser.nameFilters()[1].contains("*.csv"));
-        chooser.selectFile(target);
-        static_cast<QDialog&>(chooser).accept(); // as the Save button does
+        test::chooseFile(chooser, target);
     };
     if (selected.isEmpty()) {
         whenModal<QMessageBox>([&](QMessageBox& box) {
@@ -325,8 +324,7 @@ void ScanOperationsTest::exportOfAnEmptyTableWritesTheHeader() {
     whenModal<QMessageBox>([&](QMessageBox& box) {
         box.checkBox()->setChecked(true);
         whenModal<QFileDialog>([&](QFileDialog& chooser) {
-            chooser.selectFile(target);
-            static_cast<QDialog&>(chooser).accept(); // as the Save button does
+            test::chooseFile(chooser, target);
         });
         box.buttons().front()->click();
     });

@@ -332,8 +332,7 @@ void ToolsViewActionsTest::runCommandStoresItsFieldsOrNothing() {
     test::whenModal<QFileDialog>([&](QFileDialog& chooser) {
         title = chooser.windowTitle();
         directory = chooser.directory().absolutePath();
-        chooser.selectFile(QStringLiteral("/usr/bin/env"));
-        static_cast<QDialog&>(chooser).accept();
+        test::chooseFile(chooser, QStringLiteral("/usr/bin/env"));
     });
     click(sheet, "browseButton");
     QCOMPARE(title, "Please select command file path:");

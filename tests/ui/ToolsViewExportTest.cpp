@@ -265,8 +265,7 @@ void ToolsViewExportTest::choosersFillTheLocations() {
         title = dialog.windowTitle();
         filters = dialog.nameFilters();
         mode = dialog.acceptMode();
-        dialog.selectFile(path);
-        static_cast<QDialog&>(dialog).accept();
+        test::chooseFile(dialog, path);
     });
     button.click();
     QCOMPARE(title, message);

@@ -537,8 +537,7 @@ void ToolsViewOptionsTest::soundChooserFillsThePath() {
         filters = dialog.nameFilters();
         title = dialog.windowTitle();
         mode = dialog.acceptMode();
-        dialog.selectFile(QString::fromStdString(chosen.string()));
-        static_cast<QDialog&>(dialog).accept();
+        test::chooseFile(dialog, QString::fromStdString(chosen.string()));
     });
     find<QPushButton>("popupSoundBrowse").click();
     QCOMPARE(title, "Please select sound file name with 'aif' extension:");
