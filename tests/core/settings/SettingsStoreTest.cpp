@@ -5,14 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include "core/archive/FirstArchive.h"
 #include "core/archive/KeyedArchive.h"
-#include "support/FirstArchive.h"
 #include "support/TempDir.h"
 
 namespace velmora {
 namespace {
 
-using test::decodeFirstArchive;
+using keyed_archive::decodeFirstDictionary;
 using test::readBytes;
 using test::TempDir;
 using test::writeFile;
@@ -92,7 +92,7 @@ TEST_F(SettingsStoreTest, ShorterCommandOverALongerOneLeavesTheTail) {
     EXPECT_TRUE(std::equal(written.begin() + static_cast<std::ptrdiff_t>(reload.size()),
                            written.end(),
                            email.begin() + static_cast<std::ptrdiff_t>(reload.size())));
-    EXPECT_EQ(decodeFirstArchive(written).value(), (Dictionary{{"Settings", "read"}}));
+    EXPECT_EQ(decodeFirstDictionary(written).value(), (Dictionary{{"Settings", "read"}}));
 }
 
 TEST_F(SettingsStoreTest, FailedSettingsWriteStillSendsTheReloadCommand) {
