@@ -43,8 +43,8 @@ protected:
 TEST(DataDirectory, CommandLineThenEnvironmentThenDefault) {
     EXPECT_EQ(resolveDataDirectory("/a", "/b"), "/a");
     EXPECT_EQ(resolveDataDirectory("", "/b"), "/b");
-    EXPECT_EQ(resolveDataDirectory("", ""), "/Library/Velmora");
-    EXPECT_EQ(resolveDataDirectory("", nullptr), "/Library/Velmora");
+    EXPECT_EQ(resolveDataDirectory("", ""), "/var/lib/velmora");
+    EXPECT_EQ(resolveDataDirectory("", nullptr), "/var/lib/velmora");
 }
 
 TEST_F(SettingsStoreTest, NoFileReadsAsNothing) {
