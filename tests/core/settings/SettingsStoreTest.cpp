@@ -53,11 +53,11 @@ TEST_F(SettingsStoreTest, NoFileReadsAsNothing) {
     EXPECT_EQ(store.loadDictionary().error().code, ErrorCode::NotFound);
 }
 
-TEST_F(SettingsStoreTest, SaveWithoutPipeWritesOnlyTheSettingsFileNotWorldReadable) {
+TEST_F(SettingsStoreTest, SaveWithoutPipeWritesOnlyTheSettingsFileReadableByOwnerAndGroup) {
     const Dictionary settings{{"dateFormat", "yyyy-MM-dd HH:mm:ss"}, {"popupEvents", 10}};
     ASSERT_TRUE(store.saveDictionary(settings).ok());
     EXPECT_FALSE(std::filesystem::exists(pipe)); // the console never creates the pipe
-    EXPECT_EQ(modeOf(ini), 0600u);
+    EXPECT_EQ(modeOf(ini), 0640u);
     EXPECT_EQ(store.readDictionary(), settings);
     // Nothing but the settings file is left behind (no temporary file).
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
