@@ -72,6 +72,14 @@ TEST(ServerOptions, DefaultsWithoutAConfigurationFile) {
     EXPECT_FALSE(read.forward);
 }
 
+TEST(ServerOptions, TheShippedConfigurationKeepsTheDefaults) {
+    const ServerOptions read = std::get<ServerOptions>(
+        readServerOptions({"--config", VELMORA_SOURCE_DIR "/resources/server/server.conf"}, ""));
+    EXPECT_EQ(read.dataDirectory, "/var/lib/velmora");
+    EXPECT_EQ(listenText(read), "udp://[::]:514 tcp://[::]:514");
+    EXPECT_EQ(read.queueEvents, ServerOptions().queueEvents);
+}
+
 TEST(ServerOptions, BadInputIsAClearErrorWithStatus2) {
     const struct {
         std::vector<std::string> arguments;
