@@ -9,8 +9,9 @@
 #   and how many were lost (there must be none).
 # - UDP: loggen offers 50,000 to 400,000 messages a second for UDP_SECONDS (default 5); the
 #   figure is the share of the sent messages that is not in the file.
-# Velmora runs twice, with notifications off (bus = none) and on (the session bus, with one
-# listener). rsyslog (8.2302 in Debian 12) must be installed; it is started here with a
+# Velmora runs with notifications off (bus = none), on (the session bus, with one listener,
+# at most 20,000 a second, the default), and, over TCP only, on without a limit; for the runs
+# with notifications the number of signals the listener got is shown. rsyslog (8.2302 in Debian 12) must be installed; it is started here with a
 # configuration of its own and stopped again. loggen comes from the syslog-ng-core package,
 # which conflicts with rsyslog's: it is unpacked with dpkg -x into a scratch folder, never
 # installed (apt-get download syslog-ng-core). Run it inside dbus-run-session.
@@ -34,7 +35,16 @@ loggen=$work/loggen/usr/bin/loggen
 
 port=$((20000 + RANDOM % 20000))
 out=$work/out
-lines() { cat "$out"/*.log 2>/dev/null | wc -l; }
+lines() { { cat "$out"/*.log 2>/dev/null || true; } | wc -l; }
+
+# Empties the output; rsyslog is told to open its file anew.
+empty_output() {
+    rm -f "$out"/*.log
+    if [ "$receiver" = rsyslog ]; then
+        kill -HUP "${pids[-1]}"
+    fi
+    sleep 0.5
+}
 
 start_rsyslog() {
     mkdir -p "$out" "$work/rsyslog"
@@ -54,7 +64,7 @@ CONF
 
 start_velmora() {
     mkdir -p "$out"
-    printf 'bus = %s\n' "$1" >"$work/server.conf"
+    printf 'bus = %s\nnotify-limit = %s\n' "$1" "${2:-20000}" >"$work/server.conf"
     "$server" --data-dir "$out" --config "$work/server.conf" \
         --listen "udp://127.0.0.1:$port" --listen "tcp://127.0.0.1:$port" 2>>"$work/journal" &
     pids+=($!)
@@ -93,7 +103,9 @@ settle() {
     done
 }
 
-sent_count() { sed -n 's/.*count=\([0-9]*\).*/\1/p' "$1" | tail -1; }
+# loggen's closing line: "average rate = R msg/sec, count=N, time=T, ..."
+sent_count() { sed -n 's/^average rate.*count=\([0-9]*\),.*/\1/p' "$1"; }
+sent_time() { sed -n 's/^average rate.*time=\([0-9.]*\),.*/\1/p' "$1"; }
 
 run_tcp() {
     local name=$1 begin end written
@@ -109,35 +121,37 @@ run_tcp() {
 run_udp() {
     local name=$1 rate sent written
     for rate in 50000 100000 200000 300000 400000; do
-        rm -f "$out"/*.log
-        [ "$name" = rsyslog ] && kill -HUP "${pids[-1]}" # reopen the file just removed
-        sleep 0.5
+        empty_output
         "$loggen" -i -D -s 150 -r "$rate" -I "$udp_seconds" 127.0.0.1 "$port" >"$work/loggen.txt" 2>&1
         settle >/dev/null
         sent=$(sent_count "$work/loggen.txt")
         written=$(lines)
         printf '%-28s UDP  offered %6d/s  sent %8d (%6.0f/s)  written %8d  lost %6.2f %%\n' "$name" \
-            "$rate" "$sent" "$(awk -v n="$sent" -v t="$udp_seconds" 'BEGIN { print n / t }')" \
+            "$rate" "$sent" "$(awk -v n="$sent" -v t="$(sent_time "$work/loggen.txt")" 'BEGIN { print n / t }')" \
             "$written" "$(awk -v s="$sent" -v w="$written" 'BEGIN { print 100 * (s - w) / s }')"
     done
 }
 
-for receiver in rsyslog velmora-none velmora-session; do
+signals() { grep -c 'com.kestrix.Velmora' "$work/signals" 2>/dev/null || true; }
+listen() {
+    dbus-monitor --session --profile "type=signal,interface=com.kestrix.Velmora" >"$work/signals" 2>/dev/null &
+    pids=("$!" "${pids[@]}")
+    sleep 0.5
+}
+
+for receiver in rsyslog velmora-none velmora-session velmora-unlimited; do
     case $receiver in
     rsyslog) start_rsyslog; name="rsyslog $(rsyslogd -v | head -1 | cut -d' ' -f3)" ;;
     velmora-none) start_velmora none; name="velmora, notifications off" ;;
-    velmora-session)
-        dbus-monitor --session "type=signal,interface=com.kestrix.Velmora" >/dev/null 2>&1 &
-        pids=("$!" "${pids[@]}")
-        start_velmora session
-        name="velmora, notifications on"
-        ;;
+    velmora-session) listen; start_velmora session; name="velmora, notifications on" ;;
+    velmora-unlimited) start_velmora session 0; name="velmora, no notify limit" ;;
     esac
     wait_ready
+    before=$(signals)
     run_tcp "$name"
-    rm -f "$out"/*.log
-    [ "$receiver" = rsyslog ] && kill -HUP "${pids[-1]}"
-    run_udp "$name"
+    [ "$receiver" = velmora-none ] || [ "$receiver" = rsyslog ] ||
+        echo "    signals the listener got over TCP: $(($(signals) - before))"
+    [ "$receiver" = velmora-unlimited ] || run_udp "$name"
     stop_receiver
 done
 grep -E 'dropped|without a notification' "$work/journal" || true

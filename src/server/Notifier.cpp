@@ -26,7 +26,8 @@ int appendEntry(sd_bus_message* message, const char* key, const std::string& val
 
 } // namespace
 
-Result<std::unique_ptr<Notifier>> Notifier::open(Bus bus, std::size_t capacity) {
+Result<std::unique_ptr<Notifier>> Notifier::open(Bus bus, std::size_t capacity,
+                                                 std::uint64_t perSecond) {
     sd_bus* connection = nullptr;
     const int r =
         bus == Bus::System ? sd_bus_open_system(&connection) : sd_bus_open_user(&connection);
@@ -35,12 +36,13 @@ Result<std::unique_ptr<Notifier>> Notifier::open(Bus bus, std::size_t capacity) 
                                         (bus == Bus::System ? "system" : "session") +
                                         " bus: " + std::strerror(-r)};
     }
-    return std::unique_ptr<Notifier>(new Notifier(connection, capacity));
+    return std::unique_ptr<Notifier>(new Notifier(connection, capacity, perSecond));
 }
 
-Notifier::Notifier(sd_bus* bus, std::size_t capacity)
+Notifier::Notifier(sd_bus* bus, std::size_t capacity, std::uint64_t perSecond)
     : m_bus(bus)
     , m_queue(capacity)
+    , m_perSecond(perSecond)
     , m_thread([this] { run(); }) {}
 
 Notifier::~Notifier() {
@@ -74,6 +76,18 @@ bool Notifier::emit(const LogEvent& event) {
     return r >= 0;
 }
 
+bool Notifier::withinLimit() {
+    if (m_perSecond == 0) {
+        return true;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_secondStart >= 1s) {
+        m_secondStart = now;
+        m_sentThisSecond = 0;
+    }
+    return ++m_sentThisSecond <= m_perSecond;
+}
+
 void Notifier::run() {
     std::uint64_t unflushed = 0;
     bool reported = false;
@@ -88,6 +102,10 @@ void Notifier::run() {
             continue;
         }
         for (const LogEvent& event : **batch) {
+            if (!withinLimit()) {
+                m_overLimit.fetch_add(1, std::memory_order_relaxed);
+                continue;
+            }
             if (!emit(event) && !reported) {
                 journal::warning("cannot send a notification on the bus; events are still logged");
                 reported = true;

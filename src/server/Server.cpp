@@ -152,7 +152,7 @@ Status Server::start() {
     reloadSettings("start");
     if (m_options.bus != Bus::None) {
         Result<std::unique_ptr<Notifier>> notifier =
-            Notifier::open(m_options.bus, m_options.queueEvents);
+            Notifier::open(m_options.bus, m_options.queueEvents, m_options.notifyLimit);
         if (!notifier) {
             return notifier.error();
         }
@@ -227,8 +227,8 @@ void Server::reportCounts(bool final) {
                                           "full"));
     }
     if (notifications > 0) {
-        journal::warning(countText(notifications, "events logged without a notification: the "
-                                                  "bus did not take them fast enough"));
+        journal::warning(countText(notifications, "events logged without a notification: more "
+                                                  "than the bus or the limit took"));
     }
     if (forwarded > 0) {
         journal::warning(countText(forwarded, "events not forwarded: the forwarding queue was "

@@ -133,6 +133,13 @@ Status applySetting(std::string_view key, std::string_view value, ServerOptions&
             return invalid(std::string(key) + " must be a number of events from 1024 to 67108864");
         }
         (key == "queue" ? options.queueEvents : options.forwardQueueEvents) = *events;
+    } else if (key == "notify-limit") {
+        const std::optional<std::uint64_t> limit =
+            number<std::uint64_t>(value, 0, std::uint64_t{1} << 32);
+        if (!limit) {
+            return invalid("notify-limit must be a number of notifications a second (0: no limit)");
+        }
+        options.notifyLimit = *limit;
     } else {
         return invalid("unknown setting \"" + std::string(key) + "\"");
     }

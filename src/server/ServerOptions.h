@@ -50,6 +50,8 @@ struct ServerOptions {
     // collector.
     std::size_t queueEvents = 262144;
     std::size_t forwardQueueEvents = 100000;
+    // Notifications a second at most; 0 for no limit.
+    std::uint64_t notifyLimit = 20000;
 };
 
 // The program prints `text` and exits with `status` instead of running.

@@ -22,7 +22,8 @@ TEST(ServerOptions, CommandLineOverConfigurationFileOverDefaults) {
                                          "listen = udp://0.0.0.0:1514   # trailing comment\n"
                                          "bus = none\n"
                                          "forward = tcp://collector.example:6514\n"
-                                         "queue = 2048\n");
+                                         "queue = 2048\n"
+                                         "notify-limit = 0\n");
     const std::string conf = (dir / "server.conf").string();
     const std::string missing = (dir / "absent.conf").string();
     const struct {
@@ -56,6 +57,7 @@ TEST(ServerOptions, CommandLineOverConfigurationFileOverDefaults) {
         EXPECT_EQ(read.bus, c.bus);
         EXPECT_EQ(read.forward->text(), "tcp://collector.example:6514");
         EXPECT_EQ(read.queueEvents, 2048u);
+        EXPECT_EQ(read.notifyLimit, 0u);
     }
 }
 
@@ -117,6 +119,7 @@ TEST(ServerOptions, ConfigurationErrorsNameTheLine) {
         {"bus = desktop\n", "f:1: bus must be system, session or none"},
         {"queue = 12\n", "f:1: queue must be a number of events"},
         {"forward = udp://h:514\n", "f:1: forward \"udp://h:514\" is not tcp://HOST:PORT"},
+        {"notify-limit = -1\n", "f:1: notify-limit must be a number"},
     };
     for (const auto& c : cases) {
         ServerOptions options;
