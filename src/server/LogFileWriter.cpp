@@ -7,12 +7,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/system/FileHandles.h"
+
 namespace velmora::server {
 
 namespace {
 
 constexpr std::size_t kChunkBytes = 256 * 1024;
 constexpr mode_t kLogFileMode = 0660;
+constexpr int kLogFileFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
 
 Error ioError(std::string_view what, const std::string& path, int error) {
     return {ErrorCode::Io, std::string(what) + " " + path + ": " + std::strerror(error)};
@@ -33,23 +36,6 @@ public:
 private:
     int m_fd;
 };
-
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            if (n == 0) {
-                errno = EIO;
-            }
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
 
 } // namespace
 
@@ -86,8 +72,11 @@ Status LogFileWriter::openDay(std::int64_t date) {
     local.tm_isdst = -1;
     m_dayEnd = std::mktime(&local);
     m_path = m_directory + "/" + name;
-    m_fd = ::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
-                  kLogFileMode);
+    return openFile();
+}
+
+Status LogFileWriter::openFile() {
+    m_fd = ::open(m_path.c_str(), kLogFileFlags, kLogFileMode);
     if (m_fd < 0) {
         return ioError("cannot open", m_path, errno);
     }
@@ -104,12 +93,7 @@ Status LogFileWriter::reopenIfReplaced() {
         return {};
     }
     ::close(m_fd);
-    m_fd = ::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
-                  kLogFileMode);
-    if (m_fd < 0) {
-        return ioError("cannot open", m_path, errno);
-    }
-    return {};
+    return openFile();
 }
 
 Status LogFileWriter::writeChunk() {

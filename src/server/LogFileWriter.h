@@ -40,6 +40,7 @@ public:
 private:
     Status writeChunk();
     Status openDay(std::int64_t date);
+    Status openFile();
     Status reopenIfReplaced();
 
     std::string m_directory;

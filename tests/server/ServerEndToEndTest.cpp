@@ -13,12 +13,14 @@
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/LogRewriter.h"
 #include "core/settings/SettingsStore.h"
+#include "support/FilterRecord.h"
 #include "support/ServerProcess.h"
 
 namespace velmora {
 namespace {
 
 using namespace std::chrono_literals;
+using test::filterRecord;
 using test::ServerProcess;
 using test::TempDir;
 
@@ -79,16 +81,6 @@ protected:
     ServerProcess server{VELMORA_SERVER_EXECUTABLE, data.str()};
 };
 
-Value filter(const char* ip, const char* mask, const char* facility, const char* severity,
-             const char* message) {
-    return Value(Dictionary{{"Name", "f"},
-                            {"IP", ip},
-                            {"Mask", mask},
-                            {"Facility", facility},
-                            {"Severity", severity},
-                            {"Message", message}});
-}
-
 TEST_F(ServerEndToEnd, TheConsolesReloadCommandAppliesNewFiltersWithoutARestart) {
     const struct {
         Array include;
@@ -96,15 +88,15 @@ TEST_F(ServerEndToEnd, TheConsolesReloadCommandAppliesNewFiltersWithoutARestart)
         const char* kept; // of the three messages below
     } cases[] = {
         {{}, {}, "abc"},
-        {{filter("127.0.0.2", "32", "Any", "Any", "*")}, {}, "b"},
-        {{filter("0.0.0.0", "0", "Local7", "Any", "*")}, {}, "a"},
-        {{}, {filter("0.0.0.0", "0", "Any", "Any", "*FAIL*")}, "ab"},
-        {{filter("0.0.0.0", "0", "Any", "Error", "*"),
-          filter("0.0.0.0", "0", "Any", "Critical", "*")},
-         {filter("127.0.0.2", "32", "Any", "Any", "*")},
+        {{filterRecord("127.0.0.2", "32", "Any", "Any", "*")}, {}, "b"},
+        {{filterRecord("0.0.0.0", "0", "Local7", "Any", "*")}, {}, "a"},
+        {{}, {filterRecord("0.0.0.0", "0", "Any", "Any", "*FAIL*")}, "ab"},
+        {{filterRecord("0.0.0.0", "0", "Any", "Error", "*"),
+          filterRecord("0.0.0.0", "0", "Any", "Critical", "*")},
+         {filterRecord("127.0.0.2", "32", "Any", "Any", "*")},
          "c"},
-        {{filter("127.0.0.0", "8", "Any", "Any", "disk")}, {}, "a"},
-        {{filter("127.0.0.300", "8", "Any", "Any", "*")}, {}, ""},
+        {{filterRecord("127.0.0.0", "8", "Any", "Any", "disk")}, {}, "a"},
+        {{filterRecord("127.0.0.300", "8", "Any", "Any", "*")}, {}, ""},
         {{}, {}, "abc"},
     };
     const SettingsStore store(data.str());

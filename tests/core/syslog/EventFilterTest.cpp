@@ -1,19 +1,12 @@
 #include <gtest/gtest.h>
 
 #include "core/syslog/FilterSet.h"
+#include "support/FilterRecord.h"
 
 namespace velmora {
 namespace {
 
-Value record(const char* ip, const char* mask, const char* facility, const char* severity,
-             const char* message) {
-    return Value(Dictionary{{"Name", "f"},
-                            {"IP", ip},
-                            {"Mask", mask},
-                            {"Facility", facility},
-                            {"Severity", severity},
-                            {"Message", message}});
-}
+using test::filterRecord;
 
 struct Event {
     const char* sender;
@@ -37,43 +30,46 @@ TEST(EventFilter, MatchesHostFacilitySeverityAndMessage) {
         Event event;
         bool matches;
     } cases[] = {
-        {record("0.0.0.0", "0", "Any", "Any", "*"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "*"), kAuthErrorV6, true}, // mask 0: any host
-        {record("192.168.1.0", "24", "Any", "Any", "*"), kLocal7DebugV4, true},
-        {record("192.168.1.0", "25", "Any", "Any", "*"), kLocal7DebugV4, true},
-        {record("192.168.1.128", "25", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("192.168.1.20", "32", "Any", "Any", "*"), kLocal7DebugV4, true},
-        {record("192.168.1.21", "32", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("10.0.0.0", "8", "Any", "Any", "*"), kMappedV4, true},         // IPv4 through IPv6
-        {record("192.168.1.0", "24", "Any", "Any", "*"), kAuthErrorV6, false}, // families differ
-        {record("2001:db8::", "32", "Any", "Any", "*"), kAuthErrorV6, true},
-        {record("2001:db8::", "32", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("2001:db9::", "32", "Any", "Any", "*"), kAuthErrorV6, false},
-        {record("0.0.0.0", "0", "Local7", "Any", "*"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "local7", "DEBUG", "*"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Local6", "Any", "*"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Any", "Error", "*"), kAuthErrorV6, true},
-        {record("0.0.0.0", "0", "Auth", "Error", "*"), kAuthErrorV6, true},
-        {record("0.0.0.0", "0", "Authpriv", "Error", "*"), kAuthErrorV6, false},
-        {record("0.0.0.0", "0", "Any", "Any", "disk full"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "disk empty"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Any", "Any", ""), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "disk*/VAR"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "disk*"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "full*"), kLocal7DebugV4, false}, // whole message
-        {record("0.0.0.0", "0", "Any", "Any", "*on /v?"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Any", "Any", "*on /v?r"), kLocal7DebugV4, true},
-        {record("0.0.0.0", "0", "Any", "Any", "*a*a*a*"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Any", "Any", "CAF\xC3\x89 LOGIN"), kAuthErrorV6, true},
-        {record("0.0.0.0", "0", "Any", "Any", "caf? *"), kAuthErrorV6, true}, // ? is one character
-        {record("0.0.0.0", "0", "Any", "Any", "caf?? *"), kAuthErrorV6, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "*"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "*"), kAuthErrorV6, true}, // mask 0: any host
+        {filterRecord("192.168.1.0", "24", "Any", "Any", "*"), kLocal7DebugV4, true},
+        {filterRecord("192.168.1.0", "25", "Any", "Any", "*"), kLocal7DebugV4, true},
+        {filterRecord("192.168.1.128", "25", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("192.168.1.20", "32", "Any", "Any", "*"), kLocal7DebugV4, true},
+        {filterRecord("192.168.1.21", "32", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("10.0.0.0", "8", "Any", "Any", "*"), kMappedV4, true}, // IPv4 through IPv6
+        {filterRecord("192.168.1.0", "24", "Any", "Any", "*"), kAuthErrorV6,
+         false}, // families differ
+        {filterRecord("2001:db8::", "32", "Any", "Any", "*"), kAuthErrorV6, true},
+        {filterRecord("2001:db8::", "32", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("2001:db9::", "32", "Any", "Any", "*"), kAuthErrorV6, false},
+        {filterRecord("0.0.0.0", "0", "Local7", "Any", "*"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "local7", "DEBUG", "*"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Local6", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Error", "*"), kAuthErrorV6, true},
+        {filterRecord("0.0.0.0", "0", "Auth", "Error", "*"), kAuthErrorV6, true},
+        {filterRecord("0.0.0.0", "0", "Authpriv", "Error", "*"), kAuthErrorV6, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "disk full"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "disk empty"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", ""), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "disk*/VAR"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "disk*"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "full*"), kLocal7DebugV4,
+         false}, // whole message
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "*on /v?"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "*on /v?r"), kLocal7DebugV4, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "*a*a*a*"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "CAF\xC3\x89 LOGIN"), kAuthErrorV6, true},
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "caf? *"), kAuthErrorV6,
+         true}, // ? is one character
+        {filterRecord("0.0.0.0", "0", "Any", "Any", "caf?? *"), kAuthErrorV6, false},
         // malformed records match nothing
-        {record("not an address", "0", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("192.168.1.0", "33", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("192.168.1.0", "-1", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("192.168.1.0", "255.255.255.0", "Any", "Any", "*"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Nowhere", "Any", "*"), kLocal7DebugV4, false},
-        {record("0.0.0.0", "0", "Any", "", "*"), kLocal7DebugV4, false},
+        {filterRecord("not an address", "0", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("192.168.1.0", "33", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("192.168.1.0", "-1", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("192.168.1.0", "255.255.255.0", "Any", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Nowhere", "Any", "*"), kLocal7DebugV4, false},
+        {filterRecord("0.0.0.0", "0", "Any", "", "*"), kLocal7DebugV4, false},
         {Value(Dictionary{}), kLocal7DebugV4, false},
     };
     for (const auto& c : cases) {
@@ -85,9 +81,9 @@ TEST(EventFilter, MatchesHostFacilitySeverityAndMessage) {
 }
 
 TEST(FilterSet, IncludeThenExcludeAndMalformedRecordsReported) {
-    const Value local7 = record("0.0.0.0", "0", "Local7", "Any", "*");
-    const Value disk = record("0.0.0.0", "0", "Any", "Any", "disk");
-    const Value broken = record("300.1.1.1", "8", "Any", "Any", "*");
+    const Value local7 = filterRecord("0.0.0.0", "0", "Local7", "Any", "*");
+    const Value disk = filterRecord("0.0.0.0", "0", "Any", "Any", "disk");
+    const Value broken = filterRecord("300.1.1.1", "8", "Any", "Any", "*");
     const struct {
         Array include;
         Array exclude;
