@@ -61,24 +61,13 @@ TEST(ServerOptions, CommandLineOverConfigurationFileOverDefaults) {
     }
 }
 
-TEST(ServerOptions, DefaultsWithoutAConfigurationFile) {
-    test::TempDir dir;
-    const auto options = readServerOptions({"--config", (dir / "empty").string()}, nullptr);
-    EXPECT_EQ(std::get<EarlyExit>(options).status, 2);
-    test::writeFile(dir / "empty", "");
-    const ServerOptions read =
-        std::get<ServerOptions>(readServerOptions({"--config", (dir / "empty").string()}, ""));
-    EXPECT_EQ(read.dataDirectory, "/var/lib/velmora");
-    EXPECT_EQ(listenText(read), "udp://[::]:514 tcp://[::]:514");
-    EXPECT_EQ(read.bus, Bus::System);
-    EXPECT_FALSE(read.forward);
-}
-
 TEST(ServerOptions, TheShippedConfigurationKeepsTheDefaults) {
     const ServerOptions read = std::get<ServerOptions>(
         readServerOptions({"--config", VELMORA_SOURCE_DIR "/resources/server/server.conf"}, ""));
     EXPECT_EQ(read.dataDirectory, "/var/lib/velmora");
     EXPECT_EQ(listenText(read), "udp://[::]:514 tcp://[::]:514");
+    EXPECT_EQ(read.bus, Bus::System);
+    EXPECT_FALSE(read.forward);
     EXPECT_EQ(read.queueEvents, ServerOptions().queueEvents);
 }
 
@@ -92,12 +81,10 @@ TEST(ServerOptions, BadInputIsAClearErrorWithStatus2) {
         {{"--listen"}, "needs a value"},
         {{"--listen", "http://x:1"}, "is not udp://ADDRESS:PORT"},
         {{"--listen", "udp://127.0.0.1"}, "needs ADDRESS:PORT"},
-        {{"--listen", "udp://127.0.0.1:0"}, "port from 1 to 65535"},
         {{"--listen", "udp://127.0.0.1:65536"}, "port from 1 to 65535"},
         {{"--listen", "tcp://::1:514"}, "needs ADDRESS:PORT"},
         {{"--listen", "tcp://[::1:514"}, "[IPV6 ADDRESS]:PORT"},
         {{"--frobnicate"}, "unknown option '--frobnicate'"},
-        {{"stray"}, "unknown option 'stray'"},
     };
     for (const auto& c : cases) {
         const EarlyExit exit = std::get<EarlyExit>(readServerOptions(c.arguments, nullptr));
