@@ -28,8 +28,9 @@ trap cleanup EXIT
 cp "$deb" "$root/tmp/velmora.deb"
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 in_root apt-get update -qq
+# netbase (the "syslog" port name logger looks up) is on every Debian system but a minimal one.
 in_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq /tmp/velmora.deb dbus procps \
-    >/dev/null
+    netbase >/dev/null
 
 say() { printf 'deb-in-chroot: %s\n' "$*"; }
 check() { "$@" || { say "FAILED: $*"; exit 1; }; }
@@ -37,12 +38,13 @@ check in_root getent passwd velmora
 check test "$(in_root stat -c '%a %U %G' /var/lib/velmora)" = "2770 velmora velmora"
 say "user, group and data directory made by the package"
 
-in_root sh -c 'mkdir -p /run/dbus && dbus-daemon --system --fork'
+rm -f "$root"/var/lib/velmora/*.log "$root/tmp/rows.tsv" # of an earlier run
+in_root sh -c 'mkdir -p /run/dbus && rm -f /run/dbus/pid && dbus-daemon --system --fork'
 # As the unit runs it.
 in_root setpriv --reuid=velmora --regid=velmora --init-groups --no-new-privs \
     --inh-caps=+net_bind_service --ambient-caps=+net_bind_service \
     sh -c '/usr/sbin/velmora-server 2>/tmp/journal.txt &'
-in_root useradd --create-home --groups velmora alice
+in_root sh -c 'id alice >/dev/null 2>&1 || useradd --create-home --groups velmora alice'
 in_root runuser -u alice -- sh -c \
     'QT_QPA_PLATFORM=offscreen velmora --debug-dump /tmp/rows.tsv >/tmp/console.txt 2>&1 &'
 for _ in $(seq 100); do
@@ -61,6 +63,6 @@ say "the log file: $(cat "$log")"
 check grep -q 'hello' "$root/tmp/rows.tsv"
 say "the console's table: $(grep hello "$root/tmp/rows.tsv")"
 check test "$(in_root stat -c '%a %U %G' "/var/lib/velmora/$(date -u +%F).log")" = "660 velmora velmora"
-in_root runuser -u alice -- velmoractl status | grep -q '"running": true'
+in_root runuser -u alice -- velmoractl status | grep -q '"running":true'
 say "velmoractl status: the server runs"
 say "passed"
