@@ -99,6 +99,14 @@ bool Forwarder::sendAll(const std::string& bytes) {
     return true;
 }
 
+// A collector that restarted while the connection was idle has closed it; a send would still
+// succeed once, into a connection nobody reads, and its events would be lost.
+bool Forwarder::peerClosed() const {
+    char byte = 0;
+    const ssize_t n = ::recv(m_fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    return n == 0 || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
+}
+
 void Forwarder::closeConnection() {
     if (m_fd >= 0) {
         ::close(m_fd);
@@ -117,6 +125,9 @@ void Forwarder::run() {
             batch = m_queue.take(200ms);
             next = 0;
             continue;
+        }
+        if (m_fd >= 0 && peerClosed()) {
+            closeConnection();
         }
         if (m_fd < 0 && !connectToCollector()) {
             if (connectedOnce || retry == kFirstRetry) {

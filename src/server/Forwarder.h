@@ -14,8 +14,8 @@ namespace velmora::server {
 // counting (RFC 6587): "<PRI>1 TIME HOST - - - - MESSAGE", the time in UTC, the host being
 // the original sender. Events wait in a bounded queue while the collector is away; the
 // connection is made again (after 1 s, then up to 30 s apart) and what was not sent follows. A
-// frame whose sending failed is sent again, so a restart of the collector loses at most what
-// its own buffers held.
+// connection the collector closed is noticed before sending, and frames whose sending failed
+// are sent again, so a restart of the collector loses at most what its own buffers held.
 class Forwarder : public EventSink {
 public:
     Forwarder(ForwardTarget target, std::size_t capacity);
@@ -34,6 +34,7 @@ private:
     void run();
     bool connectToCollector();
     bool sendAll(const std::string& bytes);
+    bool peerClosed() const;
     void closeConnection();
 
     ForwardTarget m_target;
