@@ -46,12 +46,22 @@ TEST(SyslogFramer, OctetCountingAndLineFeedsMixedAndCut) {
         {"long line cut, rest skipped", "<13>abcdefgh\n<14>b\n", 6, {"<13>ab", "<14>b"}},
         {"long counted frame cut, rest skipped", "12 <13>abcdefgh5 <14>b", 6, {"<13>ab", "<14>b"}},
         {"a huge count does not stall", "99999999999 x\n<13>a\n", 100, {"99999999999 x", "<13>a"}},
+        {"ten digits are a count", "1000000005 <13>a\n<14>b\n", 100, {"<13>a\n<14>b\n"}},
     };
     for (const auto& c : cases) {
         for (std::size_t chunk = 1; chunk <= c.stream.size(); ++chunk) {
             SCOPED_TRACE(std::string(c.name) + ", chunks of " + std::to_string(chunk));
             EXPECT_EQ(framed(c.stream, chunk, c.maxBytes), c.messages);
         }
+    }
+}
+
+// A whole frame is given out at once, not when the next one comes: a sender may stay silent.
+TEST(SyslogFramer, AWholeFrameIsGivenOutWithoutWaiting) {
+    for (const std::string frame : {"5 <13>a", "<13>a\n"}) {
+        SyslogFramer framer;
+        framer.append(frame);
+        EXPECT_EQ(framer.next(), "<13>a");
     }
 }
 

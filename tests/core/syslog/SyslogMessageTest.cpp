@@ -27,6 +27,7 @@ TEST(SyslogMessage, EventTextsOfRealAndMalformedMessages) {
          "Local4.Notice", "evntslog: An app"},
         {"<14>1 - - - - - -", "User.Informational", "-"},
         {"<14>1 - - - 12 - - text", "User.Informational", "text"},
+        {"<14>1 - h a p m [x a=\"open", "User.Informational", "1 - h a p m [x a=\"open"},
         // RFC 3164, with and without a host, ISO and year time stamps
         {"<34>Oct 11 22:14:15 mymachine su: 'su root' failed", "Auth.Critical",
          "su: 'su root' failed"},
