@@ -12,7 +12,10 @@
 #include "core/eventlog/LogDirectory.h"
 #include "core/eventlog/LogLineReader.h"
 #include "core/eventlog/LogRewriter.h"
+#include "core/settings/ServerStatus.h"
 #include "core/settings/SettingsStore.h"
+#include "core/system/FileHandles.h"
+#include "core/system/ProcessTable.h"
 #include "support/FilterRecord.h"
 #include "support/ServerProcess.h"
 
@@ -45,14 +48,6 @@ int connectTcp(std::uint16_t port) {
     ::inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
     EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     return fd;
-}
-
-void sendAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t n = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        ASSERT_GT(n, 0);
-        bytes.remove_prefix(static_cast<std::size_t>(n));
-    }
 }
 
 // Every line of the data directory's log files, in listing order.
@@ -126,6 +121,7 @@ TEST_F(ServerEndToEnd, TheConsolesReloadCommandAppliesNewFiltersWithoutARestart)
     }
     EXPECT_NE(server.journal().find("include filter \"f\" matches nothing: the IP \"127.0.0.300\""),
               std::string::npos);
+    EXPECT_TRUE(isProcessRunning(kServerProcessName)); // what the Home page looks for
     EXPECT_EQ(server.stop(), 0);
 }
 
@@ -144,7 +140,7 @@ TEST_F(ServerEndToEnd, HostileInputNeverWritesABrokenLine) {
     const int tcp = connectTcp(server.port());
     for (const std::string& payload : hostile) {
         sendUdp("127.0.0.1", server.port(), payload);
-        sendAll(tcp, std::to_string(payload.size()) + " " + payload);
+        ASSERT_TRUE(writeAll(tcp, std::to_string(payload.size()) + " " + payload));
     }
     ::close(tcp);
     const std::vector<std::string> lines = waitForLines(data.str(), 2 * std::size(hostile));
@@ -165,7 +161,7 @@ TEST_F(ServerEndToEnd, ConsoleDeletionsWhileTheServerAppendsLoseNoLine) {
     std::thread sender([&] {
         const int fd = connectTcp(server.port());
         for (int i = 0; !stop; ++i) {
-            sendAll(fd, "<13>line " + std::to_string(i) + "\n");
+            ASSERT_TRUE(writeAll(fd, "<13>line " + std::to_string(i) + "\n"));
             sent = i + 1;
             std::this_thread::sleep_for(100us);
         }

@@ -84,8 +84,7 @@ public:
         for (int waited = 0; waited < 1000; ++waited) {
             const std::string said = journal();
             int found = 0;
-            for (std::size_t at = said.find(text); at != std::string::npos;
-                 at = said.find(text, at + 1)) {
+            for (auto at = said.find(text); at != std::string::npos; at = said.find(text, at + 1)) {
                 ++found;
             }
             if (found >= times) {
