@@ -64,4 +64,9 @@ void EventQueue::close() {
     m_hasRoom.notify_all();
 }
 
+bool EventQueue::closed() {
+    const std::scoped_lock guard(m_lock);
+    return m_closed;
+}
+
 } // namespace velmora::server

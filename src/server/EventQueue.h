@@ -27,6 +27,7 @@ public:
     bool takeAll(std::vector<LogEvent>& out, std::chrono::milliseconds timeout);
     // Wakes every waiting thread; pushes fail from now on, takes drain what is left.
     void close();
+    bool closed();
 
 private:
     std::mutex m_lock;

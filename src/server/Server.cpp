@@ -202,6 +202,9 @@ void Server::writerLoop() {
                     sink->accept(shared);
                 }
             }
+            if (failing && m_queue.closed()) {
+                break; // stopping: the events still unwritten are reported below
+            }
             if (failing) {
                 std::this_thread::sleep_for(kRetryInterval);
             }
