@@ -283,6 +283,44 @@ void Server::stop() {
     }
 }
 
+// The pipe file's writes and removals among the data directory's changes.
+void Server::onDirectoryChanges(int inotifyFd) {
+    alignas(inotify_event) char buffer[4096];
+    const ssize_t n = ::read(inotifyFd, buffer, sizeof buffer);
+    bool written = false;
+    bool removed = false;
+    for (ssize_t at = 0; at < n;) {
+        const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+        if (event->len > 0 && std::string_view(event->name) == kPipeName) {
+            written = written || (event->mask & IN_CLOSE_WRITE) != 0;
+            removed = removed || (event->mask & (IN_DELETE | IN_MOVED_FROM)) != 0;
+        }
+        at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+    }
+    if (removed) {
+        journal::warning("the pipe file was removed; it is created again");
+        if (const Status created = createPipe(); !created) {
+            journal::error(created.error().message);
+        }
+    }
+    if (written) {
+        readPipe();
+    }
+}
+
+// False when the signal asks the server to stop.
+bool Server::onSignal(int signalFd) {
+    signalfd_siginfo info{};
+    if (::read(signalFd, &info, sizeof info) != sizeof info) {
+        return true;
+    }
+    if (info.ssi_signo == SIGHUP) {
+        reloadSettings("SIGHUP");
+        return true;
+    }
+    return false;
+}
+
 int Server::run() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -316,7 +354,7 @@ int Server::run() {
     sd_notify(0, "READY=1\nSTATUS=Receiving syslog messages");
     journal::notice("started on the data directory " + m_options.dataDirectory);
 
-    for (;;) {
+    for (bool running = true; running;) {
         epoll_event ready{};
         if (::epoll_wait(epoll.get(), &ready, 1, -1) <= 0) {
             continue;
@@ -327,37 +365,9 @@ int Server::run() {
                 ::read(timerFd.get(), &expirations, sizeof expirations);
             tick();
         } else if (ready.data.fd == inotifyFd.get()) {
-            alignas(inotify_event) char buffer[4096];
-            const ssize_t n = ::read(inotifyFd.get(), buffer, sizeof buffer);
-            bool written = false;
-            bool removed = false;
-            for (ssize_t at = 0; at < n;) {
-                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-                if (event->len > 0 && std::string_view(event->name) == kPipeName) {
-                    written = written || (event->mask & IN_CLOSE_WRITE) != 0;
-                    removed = removed || (event->mask & (IN_DELETE | IN_MOVED_FROM)) != 0;
-                }
-                at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            }
-            if (removed) {
-                journal::warning("the pipe file was removed; it is created again");
-                if (const Status created = createPipe(); !created) {
-                    journal::error(created.error().message);
-                }
-            }
-            if (written) {
-                readPipe();
-            }
+            onDirectoryChanges(inotifyFd.get());
         } else {
-            signalfd_siginfo info{};
-            if (::read(signalFd.get(), &info, sizeof info) != sizeof info) {
-                continue;
-            }
-            if (info.ssi_signo == SIGHUP) {
-                reloadSettings("SIGHUP");
-                continue;
-            }
-            break;
+            running = onSignal(signalFd.get());
         }
     }
     sd_notify(0, "STOPPING=1");

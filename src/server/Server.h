@@ -40,6 +40,8 @@ private:
     Status createPipe() const;
     void reloadSettings(std::string_view why);
     void readPipe();
+    void onDirectoryChanges(int inotifyFd);
+    bool onSignal(int signalFd);
     void writerLoop();
     void tick();
     void reportCounts(bool final);
