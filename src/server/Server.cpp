@@ -167,6 +167,39 @@ Status Server::start() {
     return openReceivers();
 }
 
+// The first `written` of the pending events are in the log files: they go to the sinks as one
+// shared batch, and leave the pending ones.
+void Server::handOver(std::vector<LogEvent>& pending, std::size_t written) {
+    auto batch = std::make_shared<std::vector<LogEvent>>();
+    if (written == pending.size()) {
+        batch->swap(pending);
+    } else {
+        const auto end = pending.begin() + static_cast<std::ptrdiff_t>(written);
+        batch->assign(std::make_move_iterator(pending.begin()), std::make_move_iterator(end));
+        pending.erase(pending.begin(), end);
+    }
+    m_statistics.written.fetch_add(batch->size(), std::memory_order_relaxed);
+    const EventBatch shared = std::move(batch);
+    for (EventSink* sink : m_sinks) {
+        sink->accept(shared);
+    }
+}
+
+// Writes what waits; true while the log files cannot be written.
+bool Server::writePending(LogFileWriter& writer, std::vector<LogEvent>& pending, bool failing) {
+    const LogFileWriter::Outcome outcome = writer.append(pending);
+    if (outcome.error && !failing) {
+        journal::error(outcome.error->message +
+                       "; events wait in memory, and the write is tried again every second");
+    } else if (!outcome.error && failing) {
+        journal::notice("the log files are written again");
+    }
+    if (outcome.written > 0) {
+        handOver(pending, outcome.written);
+    }
+    return outcome.error.has_value();
+}
+
 void Server::writerLoop() {
     LogFileWriter writer(m_options.dataDirectory);
     std::vector<LogEvent> pending;
@@ -178,30 +211,7 @@ void Server::writerLoop() {
             break;
         }
         if (!pending.empty()) {
-            const LogFileWriter::Outcome outcome = writer.append(pending);
-            if (outcome.error && !failing) {
-                journal::error(outcome.error->message + "; events wait in memory, and the write "
-                                                        "is tried again every second");
-            } else if (!outcome.error && failing) {
-                journal::notice("the log files are written again");
-            }
-            failing = outcome.error.has_value();
-            if (outcome.written > 0) {
-                auto batch = std::make_shared<std::vector<LogEvent>>();
-                if (outcome.written == pending.size()) {
-                    batch->swap(pending);
-                } else {
-                    const auto end = pending.begin() + static_cast<std::ptrdiff_t>(outcome.written);
-                    batch->assign(std::make_move_iterator(pending.begin()),
-                                  std::make_move_iterator(end));
-                    pending.erase(pending.begin(), end);
-                }
-                m_statistics.written.fetch_add(batch->size(), std::memory_order_relaxed);
-                const EventBatch shared = std::move(batch);
-                for (EventSink* sink : m_sinks) {
-                    sink->accept(shared);
-                }
-            }
+            failing = writePending(writer, pending, failing);
             if (failing && m_queue.closed()) {
                 break; // stopping: the events still unwritten are reported below
             }

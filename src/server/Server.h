@@ -10,6 +10,7 @@
 #include "server/EventQueue.h"
 #include "server/Forwarder.h"
 #include "server/HostResolver.h"
+#include "server/LogFileWriter.h"
 #include "server/Notifier.h"
 #include "server/ServerOptions.h"
 #include "server/ServerSettings.h"
@@ -43,6 +44,8 @@ private:
     void onDirectoryChanges(int inotifyFd);
     bool onSignal(int signalFd);
     void writerLoop();
+    bool writePending(LogFileWriter& writer, std::vector<LogEvent>& pending, bool failing);
+    void handOver(std::vector<LogEvent>& pending, std::size_t written);
     void tick();
     void reportCounts(bool final);
     void stop();
