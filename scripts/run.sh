@@ -2,9 +2,11 @@
 # Builds the console and starts it.
 #
 #   scripts/run.sh                 a demonstration: makes a data directory with a week of logs
-#                                  from several hosts, starts velmora-sim (a stand-in for the
-#                                  server) on it, and the console. Without a display the console
-#                                  runs under Xvfb, saves a picture of each main page and quits.
+#                                  from several hosts, starts the server on it (UDP and TCP port
+#                                  5514 of the loopback address, the session bus), feeds it syslog
+#                                  messages with logger, and starts the console. Without a display
+#                                  the console runs under Xvfb, saves a picture of each main page
+#                                  and quits.
 #   scripts/run.sh --data-dir DIR  the console on DIR, and nothing else (further arguments go to
 #                                  the console too)
 #
@@ -32,9 +34,9 @@ if [ $# -gt 0 ]; then
     exec "${console[@]}"
 fi
 
-cmake --build "$build" --target velmora velmoractl velmora-sim velmora-loggen
-# The console and the stand-in must share a session bus: without one, the demonstration runs
-# on a private one.
+cmake --build "$build" --target velmora velmoractl velmora-server velmora-loggen
+# The console and the server must share a session bus: without one, the demonstration runs on
+# a private one.
 if [ -z "${DBUS_SESSION_BUS_ADDRESS:-}" ]; then
     exec dbus-run-session -- "$0"
 fi
@@ -84,8 +86,33 @@ INI
 pids=()
 trap 'kill "${pids[@]}" 2>/dev/null || true' EXIT
 
-sim=("$build/tools/velmora-sim/velmora-sim" --data-dir "$data")
+port=${VELMORA_DEMO_PORT:-5514}
+"$build/src/server/velmora-server" --data-dir "$data" --config /dev/null --session \
+    --listen "udp://127.0.0.1:$port" --listen "tcp://127.0.0.1:$port" &
+pids+=($!)
+say "velmora-server receives syslog on UDP and TCP port $port of 127.0.0.1"
 console=(env XDG_CONFIG_HOME="$demo/config" "$build/src/app/velmora" --data-dir "$data")
+
+# A small traffic generator: logger sends an event of a made-up service every `pause` seconds,
+# over UDP and TCP in turn, with the priorities a busy network shows.
+send() { logger "$1" -n 127.0.0.1 -P "$port" -p "$2" -t "$3" "$4"; }
+feed() {
+    local pause=$1 i=0
+    local -a events=(
+        "--udp|daemon.info|ntpd|clock synchronized to 192.168.1.1, stratum 2"
+        "--tcp|auth.notice|sshd|Accepted publickey for admin from 10.0.0.12 port 52144"
+        "--udp|local0.warning|haproxy|backend web has no server available"
+        "--tcp|mail.err|postfix|connect to mx.example.net[203.0.113.9]:25: Connection timed out"
+        "--udp|local7.debug|router|ifIndex 3 octets in 18236004"
+        "--tcp|cron.info|CRON|(root) CMD (run-parts /etc/cron.hourly)"
+    )
+    while true; do
+        IFS='|' read -r transport priority tag message <<<"${events[i % ${#events[@]}]}"
+        send "$transport" "$priority" "$tag" "$message"
+        i=$((i + 1))
+        sleep "$pause"
+    done
+}
 
 if headless; then
     say "no display; the console runs under Xvfb and takes pictures of its pages"
@@ -99,15 +126,15 @@ if headless; then
         [ -e "$rows" ] && break
         sleep 0.1
     done
-    "${sim[@]}" --rate 2 >/dev/null &
+    feed 0.5 &
     pids+=($!)
-    "${sim[@]}" log "$(date +%s),Kern.Critical,db-primary,md0: disk sdb failed, array degraded"
+    send --tcp daemon.crit mdadm "md0: disk sdb failed, array degraded"
     wait "$console_pid"
     say "screenshots of the main pages: $shots"
     ls "$shots" >&2
 else
-    "${sim[@]}" --rate 0.5 &
+    feed 2 &
     pids+=($!)
-    say "console on the demo data; velmora-sim adds an event every two seconds"
+    say "console on the demo data; logger sends the server an event every two seconds"
     "${console[@]}"
 fi

@@ -11,6 +11,9 @@ packages=(
   libicu-dev libplist-dev libplist++-dev
   # velmoractl reads and writes JSON
   nlohmann-json3-dev
+  # the server: sd-bus for its notifications, sd_notify for the service manager; logger (in
+  # bsdutils) sends it syslog in the tests and the demonstration
+  libsystemd-dev bsdutils
   # GUI: widgets, D-Bus, printing, sound, SVG
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev qt6-svg-dev libqt6svg6
   qt6-qpa-plugins

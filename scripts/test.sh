@@ -10,9 +10,10 @@ build=${VELMORA_BUILD_ROOT:-build}
 jobs=$(nproc)
 step() { printf '\n== %s\n' "$*"; }
 
-# The engine and velmoractl with the GUI switched off prove that the engine needs no Qt; the
-# same build runs them under AddressSanitizer and UndefinedBehaviorSanitizer.
-step "engine and velmoractl without the GUI, with ASan and UBSan"
+# The engine, velmoractl and the server with the GUI switched off prove that they need no Qt;
+# the same build runs their tests, the server's end-to-end tests on a private bus among them,
+# under AddressSanitizer and UndefinedBehaviorSanitizer.
+step "engine, velmoractl and server without the GUI, with ASan and UBSan"
 cmake -S . -B "$build/core-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
     -DVELMORA_BUILD_GUI=OFF -DVELMORA_BUILD_BENCH=OFF -DVELMORA_SANITIZE=address,undefined
 cmake --build "$build/core-asan"

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/presentation/PriorityNames.h"
+#include "core/system/FileHandles.h"
 
 namespace velmora::bench {
 
@@ -330,20 +331,6 @@ private:
 
 Error writeError(const std::string& path) {
     return {ErrorCode::Io, path + ": " + std::strerror(errno)};
-}
-
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
 }
 
 // A number with an optional one-letter unit; nothing else may follow.

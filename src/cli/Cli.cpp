@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kUsage = R"(Usage: velmoractl [--data-dir DIR] COMMAND [ARGUMENTS]
 
 The command-line companion of the Velmora console. It reads and writes the same data directory
-as the console and the server: DIR, else $VELMORA_DATA_DIR, else /Library/Velmora.
+as the console and the server: DIR, else $VELMORA_DATA_DIR, else /var/lib/velmora.
 
 Commands:
   settings dump              print the settings archive as one JSON object

@@ -1,9 +1,15 @@
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDate>
+#include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QSet>
 #include <QStringList>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QUdpSocket>
 
 namespace {
 
@@ -41,7 +47,7 @@ bool emitSignal(const QString& userInformation) {
 } // namespace
 
 // The real console on a throw-away data directory and a private session bus: notifications
-// posted by other processes reach its table.
+// posted by other processes, and the real server's, reach its table.
 class LiveEndToEndTest : public QObject {
     Q_OBJECT
 
@@ -50,7 +56,7 @@ private slots:
     void cleanup();
 
     void notificationsFromTheBusReachTheTable();
-    void theServerStandInFeedsTheConsole();
+    void theServerFeedsTheConsole();
 
 private:
     std::unique_ptr<QTemporaryDir> m_data;
@@ -109,36 +115,79 @@ void LiveEndToEndTest::notificationsFromTheBusReachTheTable() {
     QCOMPARE(m_console.state(), QProcess::Running);
 }
 
-void LiveEndToEndTest::theServerStandInFeedsTheConsole() {
-    QProcess sim;
-    sim.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    sim.start(QStringLiteral(VELMORA_SIM_EXECUTABLE),
-              {"--data-dir", m_data->filePath("data"), "--rate", "10", "--count", "5", "--udp-port",
-               "0"});
-    QVERIFY(sim.waitForStarted());
-    // It says where it receives datagrams, then runs until five events are out.
-    QVERIFY(sim.waitForReadyRead(10'000));
-    const QString announced = QString::fromUtf8(sim.readLine());
-    QVERIFY2(announced.contains("UDP port"), qPrintable(announced));
-    const quint16 port = announced.section(QLatin1Char(' '), -1).trimmed().toUShort();
-    QUdpSocket datagram;
-    datagram.writeDatagram("<191>a datagram, from e2e", QHostAddress::LocalHost, port);
-    QVERIFY(sim.waitForFinished(20'000));
-    QCOMPARE(sim.exitCode(), 0);
+// The Set signals the test sees on the bus, as "DATE,PRIORITY,HOST,MESSAGE".
+class SignalRecorder : public QObject {
+    Q_OBJECT
 
-    // The console shows every line the stand-in logged, newest on top.
-    const QStringList logged = readLines(m_data->filePath("data/velmora-sim.log"));
-    QCOMPARE(logged.size(), 6);
-    QTRY_COMPARE_WITH_TIMEOUT(rows().size(), 2 + 6, 10'000);
-    const QStringList shown = rows();
-    for (int i = 0; i < logged.size(); ++i) {
-        const QStringList fields = logged[logged.size() - 1 - i].split(QLatin1Char(','));
-        const QStringList cells = shown[i].split(QLatin1Char('\t'));
-        QCOMPARE(cells[1], fields[1]);
-        QCOMPARE(cells[2], fields[2]);
-        QCOMPARE(cells[3], fields.mid(3).join(QLatin1Char(',')));
+public:
+    QStringList lines;
+
+public slots:
+    void record(const QDBusMessage& message) {
+        const QVariantMap fields = qdbus_cast<QVariantMap>(message.arguments().value(0));
+        if (fields.value("Type").toString() == "Set") {
+            lines << QStringList{fields.value("Date").toString(),
+                                 fields.value("Priority").toString(),
+                                 fields.value("Host").toString(),
+                                 fields.value("Message").toString()}
+                         .join(QLatin1Char(','));
+        }
     }
-    QVERIFY(logged.filter("Local7.Debug,127.0.0.1,a datagram, from e2e").size() == 1);
+};
+
+// A TCP and UDP port on loopback that was free a moment ago.
+quint16 freePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+void LiveEndToEndTest::theServerFeedsTheConsole() {
+    SignalRecorder signals_;
+    QVERIFY(QDBusConnection::sessionBus().connect(QString(), "/com/kestrix/Velmora",
+                                                  "com.kestrix.Velmora", "Velmora", &signals_,
+                                                  SLOT(record(QDBusMessage))));
+    const QString port = QString::number(freePort());
+    QProcess server;
+    server.setProcessChannelMode(QProcess::ForwardedChannels);
+    server.start(QStringLiteral(VELMORA_SERVER_EXECUTABLE),
+                 {"--data-dir", m_data->filePath("data"), "--config", "/dev/null", "--session",
+                  "--listen", "udp://127.0.0.1:" + port, "--listen", "tcp://127.0.0.1:" + port});
+    QVERIFY(server.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_data->filePath("data/Velmora.set")), 10'000);
+    // RFC 5424 and RFC 3164, over UDP and TCP, as an administrator sends them.
+    const QStringList forms[] = {
+        {"--udp"}, {"--udp", "--rfc3164"}, {"--tcp", "--octet-count"}, {"--tcp", "--rfc3164"}};
+    int sent = 0;
+    for (const QStringList& form : forms) {
+        QProcess logger;
+        logger.start("logger",
+                     form + QStringList{"-n", "127.0.0.1", "-P", port, "-p", "local7.debug", "-t",
+                                        "e2e", "hello, form " + QString::number(++sent)});
+        QVERIFY(logger.waitForFinished(10'000));
+        QCOMPARE(logger.exitCode(), 0);
+    }
+
+    // The lines, the signals and the console's table hold the same events.
+    const QString today = QDate::currentDate().toString(Qt::ISODate) + ".log";
+    QTRY_COMPARE_WITH_TIMEOUT(readLines(m_data->filePath("data/" + today)).size(), sent, 10'000);
+    const QStringList logged = readLines(m_data->filePath("data/" + today));
+    QTRY_COMPARE_WITH_TIMEOUT(signals_.lines.size(), sent, 10'000);
+    QCOMPARE(QSet<QString>(signals_.lines.begin(), signals_.lines.end()),
+             QSet<QString>(logged.begin(), logged.end()));
+    QTRY_COMPARE_WITH_TIMEOUT(rows().size(), 2 + sent, 10'000);
+    const QStringList shown = rows();
+    for (int i = 0; i < sent; ++i) {
+        const QStringList fields = logged[sent - 1 - i].split(QLatin1Char(','));
+        const QStringList cells = shown[i].split(QLatin1Char('\t'));
+        QCOMPARE(cells.mid(1, 3),
+                 (QStringList{"Local7.Debug", "127.0.0.1", fields.mid(3).join(QLatin1Char(','))}));
+        QVERIFY2(cells[3].startsWith("e2e") && cells[3].contains("hello, form"),
+                 qPrintable(cells[3]));
+    }
+    server.terminate();
+    QVERIFY(server.waitForFinished(10'000));
+    QCOMPARE(server.exitCode(), 0);
 }
 
 QTEST_GUILESS_MAIN(LiveEndToEndTest)

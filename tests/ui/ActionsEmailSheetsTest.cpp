@@ -15,8 +15,8 @@
 
 #include "actions/ToolsViewActions.h"
 #include "app/AppDelegate.h"
+#include "core/archive/FirstArchive.h"
 #include "core/presentation/DateFormat.h"
-#include "support/FirstArchive.h"
 #include "support/TempDir.h"
 #include "ui/ActionsTestSupport.h"
 #include "ui/ModalDriver.h"
@@ -278,7 +278,8 @@ void ActionsEmailSheetsTest::testMailRequestsTheFilledTemplates() {
     const auto after = std::chrono::system_clock::now();
     QVERIFY(!sheet->isVisible());
 
-    const Result<Dictionary> request = test::decodeFirstArchive(test::readBytes(pipePath()));
+    const Result<Dictionary> request =
+        keyed_archive::decodeFirstDictionary(test::readBytes(pipePath()));
     QVERIFY(request.ok());
     QCOMPARE(keysOf(*request),
              (std::vector<std::string>{"Settings", "Recipients", "Subject", "Body", "Html"}));
@@ -314,7 +315,8 @@ void ActionsEmailSheetsTest::testMailWithoutSubjectTemplateCarriesOnlyTheRecipie
     QDialog* sheet = open("emailTest");
     addRecipients(sheet, {"admin@example.com"});
     click(sheet, "sendButton");
-    const Result<Dictionary> request = test::decodeFirstArchive(test::readBytes(pipePath()));
+    const Result<Dictionary> request =
+        keyed_archive::decodeFirstDictionary(test::readBytes(pipePath()));
     QVERIFY(request.ok());
     QCOMPARE(keysOf(*request), (std::vector<std::string>{"Settings", "Recipients"}));
     QVERIFY(request->array("Recipients") == Array{Value("admin@example.com")});

@@ -22,12 +22,12 @@
 #include "app/AppDelegate.h"
 #include "app/Page.h"
 #include "app/WindowController.h"
+#include "core/archive/FirstArchive.h"
 #include "core/archive/KeyedArchive.h"
 #include "core/presentation/Severity.h"
 #include "core/settings/SettingsStore.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanView.h"
-#include "support/FirstArchive.h"
 #include "support/TempDir.h"
 #include "tools/FilterListModel.h"
 #include "tools/Stepper.h"
@@ -219,7 +219,8 @@ void ToolsViewOptionsTest::firstRunShowsAndSavesTheDefaults() {
     QCOMPARE(order.front(), "hostsDisplay");
     QCOMPARE(order.back(), "excludeFiltersArray");
 
-    const auto command = test::decodeFirstArchive(test::readBytes(*m_data / "Velmora.set"));
+    const auto command =
+        keyed_archive::decodeFirstDictionary(test::readBytes(*m_data / "Velmora.set"));
     QVERIFY(command.ok());
     QCOMPARE(command.value().string("Settings"), "read");
     QCOMPARE(returned.size(), 1);

@@ -375,8 +375,8 @@ Status LogFileRewrite::carryTailAndCut() {
     if (Status carried = carryTail(readTo, writeTo); !carried) {
         return carried;
     }
-    // A writer that takes the file's advisory lock around its appends cannot append between the
-    // last check and the cut: both are made holding the lock.
+    // The server takes the file's advisory lock around each append, so it cannot append between
+    // the last check and the cut: both are made holding the lock.
     const AppendLock lock(m_fd.get());
     if (Status carried = carryTail(readTo, writeTo); !carried) {
         return carried;

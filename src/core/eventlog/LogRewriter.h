@@ -43,18 +43,20 @@ using RewriteProgress = std::function<void(std::uint64_t done, std::uint64_t tot
 //
 // The server keeps its log files open and appends to them at any time, so a file is rewritten
 // in place: replacing it by a new file would send the server's later lines into the old one,
-// which nobody reads. Nothing coordinates with the server, so the rewrite is built to lose none
-// of its lines and to leave a file whole when it fails:
+// which nobody reads. The rewrite is built to lose none of the server's lines and to leave a
+// file whole when it fails:
 //
 // - The file is read whole into memory before anything is written, and only the bytes from the
 //   first change on are written. Every write lands below the size the file had, so the rewrite
 //   needs no free space on a full disk.
 // - Lines the server appends while the file is rewritten are carried down behind the kept
 //   ones: the size is checked again after each move, and the file is cut to its new length
-//   only once a check finds no new bytes. A line appended between that last check and the cut
-//   is the one thing that can be lost; the window is two system calls wide. Closing it takes the
-//   writer's help: the check and the cut are made holding the file's advisory lock (flock), so
-//   a writer that takes it around its appends loses nothing; the server takes none.
+//   only once a check finds no new bytes. The last check and the cut are made holding the
+//   file's advisory lock (flock), which the server holds around each of its appends, so no
+//   line can land between them. The server holds it for one write at a time; should a writer
+//   keep it longer than 100 ms, the rewrite goes on without it, and a line appended between
+//   the last check and the cut (two system calls) could be lost. A file removed because no
+//   line is left in it is created again by the server before its next append.
 // - Each byte written over is still in memory (the content read at the start and every tail
 //   moved since), so a write or cut that fails puts the old bytes back: the file holds what it
 //   held, plus the server's new lines. Should that also fail, or the process die in the middle,

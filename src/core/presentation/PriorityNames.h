@@ -24,4 +24,8 @@ inline constexpr std::array<std::string_view, 8> kSyslogSeverityNames = {
 // "Local7.Debug". Nothing for a number outside 0 to 191.
 std::optional<std::string> priorityText(int priority);
 
+// As priorityText, without allocating, for a number known to be in 0 to 191: the server names
+// every event it receives by it.
+std::string_view priorityName(int priority) noexcept;
+
 } // namespace velmora

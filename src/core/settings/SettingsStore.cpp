@@ -88,7 +88,7 @@ std::optional<Bytes> SettingsStore::readSettings() const {
 }
 
 Status SettingsStore::saveSettings(std::span<const std::uint8_t> bytes) const {
-    Status written = replaceFileAtomically(settingsPath(), bytes, NewFileMode::OwnerOnly);
+    Status written = replaceFileAtomically(settingsPath(), bytes, NewFileMode::OwnerAndGroup);
     // The reload command goes out even when the settings write failed.
     [[maybe_unused]] const Status piped = setPipe(reloadCommand());
     return written;

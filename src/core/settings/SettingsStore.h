@@ -14,7 +14,8 @@ namespace velmora {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr std::string_view kDefaultDataDirectory = "/Library/Velmora";
+// The FHS place of a service's state, for the server, the console and velmoractl alike.
+inline constexpr std::string_view kDefaultDataDirectory = "/var/lib/velmora";
 inline constexpr std::string_view kDataDirectoryVariable = "VELMORA_DATA_DIR";
 
 // The data directory: the one given on the command line, else the environment's, else the

@@ -32,8 +32,18 @@ mode_t currentUmask() {
 }
 
 mode_t modeFor(NewFileMode mode) {
-    return mode == NewFileMode::OwnerOnly ? mode_t{0600}
-                                          : static_cast<mode_t>(0666 & ~currentUmask());
+    return mode == NewFileMode::OwnerAndGroup ? mode_t{0640}
+                                              : static_cast<mode_t>(0666 & ~currentUmask());
+}
+
+// Best effort: a user may give a file to a group only when a member of it.
+void giveToDirectoryGroup(int fd, const std::string& path) {
+    const std::string::size_type slash = path.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    struct stat status {};
+    if (::stat(directory.c_str(), &status) == 0) {
+        [[maybe_unused]] const int ignored = ::fchown(fd, static_cast<uid_t>(-1), status.st_gid);
+    }
 }
 
 } // namespace
@@ -51,6 +61,8 @@ Result<AtomicFileWriter> AtomicFileWriter::open(const std::string& path, NewFile
     if (exists) {
         // Best effort: only root may give the file back to another owner.
         [[maybe_unused]] const int ignored = ::fchown(fd, existing.st_uid, existing.st_gid);
+    } else if (newFileMode == NewFileMode::OwnerAndGroup) {
+        giveToDirectoryGroup(fd, path);
     }
     const mode_t mode =
         exists ? static_cast<mode_t>(existing.st_mode & 07777) : modeFor(newFileMode);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cerrno>
 #include <dirent.h>
 #include <memory>
+#include <string_view>
 #include <unistd.h>
 
 namespace velmora {
@@ -37,5 +39,24 @@ struct DirectoryCloser {
 };
 // An open directory stream, closed on every path out of a scope.
 using DirectoryHandle = std::unique_ptr<DIR, DirectoryCloser>;
+
+// Writes all the bytes at the file's offset, again after an interruption or a short write.
+// False on an error, errno telling which (EIO for a write that took nothing).
+inline bool writeAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            if (n == 0) {
+                errno = EIO;
+            }
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
 
 } // namespace velmora

@@ -5,14 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include "core/archive/FirstArchive.h"
 #include "core/archive/KeyedArchive.h"
-#include "support/FirstArchive.h"
 #include "support/TempDir.h"
 
 namespace velmora {
 namespace {
 
-using test::decodeFirstArchive;
+using keyed_archive::decodeFirstDictionary;
 using test::readBytes;
 using test::TempDir;
 using test::writeFile;
@@ -43,8 +43,8 @@ protected:
 TEST(DataDirectory, CommandLineThenEnvironmentThenDefault) {
     EXPECT_EQ(resolveDataDirectory("/a", "/b"), "/a");
     EXPECT_EQ(resolveDataDirectory("", "/b"), "/b");
-    EXPECT_EQ(resolveDataDirectory("", ""), "/Library/Velmora");
-    EXPECT_EQ(resolveDataDirectory("", nullptr), "/Library/Velmora");
+    EXPECT_EQ(resolveDataDirectory("", ""), "/var/lib/velmora");
+    EXPECT_EQ(resolveDataDirectory("", nullptr), "/var/lib/velmora");
 }
 
 TEST_F(SettingsStoreTest, NoFileReadsAsNothing) {
@@ -53,11 +53,11 @@ TEST_F(SettingsStoreTest, NoFileReadsAsNothing) {
     EXPECT_EQ(store.loadDictionary().error().code, ErrorCode::NotFound);
 }
 
-TEST_F(SettingsStoreTest, SaveWithoutPipeWritesOnlyTheSettingsFileNotWorldReadable) {
+TEST_F(SettingsStoreTest, SaveWithoutPipeWritesOnlyTheSettingsFileReadableByOwnerAndGroup) {
     const Dictionary settings{{"dateFormat", "yyyy-MM-dd HH:mm:ss"}, {"popupEvents", 10}};
     ASSERT_TRUE(store.saveDictionary(settings).ok());
     EXPECT_FALSE(std::filesystem::exists(pipe)); // the console never creates the pipe
-    EXPECT_EQ(modeOf(ini), 0600u);
+    EXPECT_EQ(modeOf(ini), 0640u);
     EXPECT_EQ(store.readDictionary(), settings);
     // Nothing but the settings file is left behind (no temporary file).
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
@@ -92,7 +92,7 @@ TEST_F(SettingsStoreTest, ShorterCommandOverALongerOneLeavesTheTail) {
     EXPECT_TRUE(std::equal(written.begin() + static_cast<std::ptrdiff_t>(reload.size()),
                            written.end(),
                            email.begin() + static_cast<std::ptrdiff_t>(reload.size())));
-    EXPECT_EQ(decodeFirstArchive(written).value(), (Dictionary{{"Settings", "read"}}));
+    EXPECT_EQ(decodeFirstDictionary(written).value(), (Dictionary{{"Settings", "read"}}));
 }
 
 TEST_F(SettingsStoreTest, FailedSettingsWriteStillSendsTheReloadCommand) {

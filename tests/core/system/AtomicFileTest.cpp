@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -43,16 +44,23 @@ protected:
 };
 
 TEST_F(AtomicFileTest, NewFilesTakeTheAskedModeAndExistingOnesKeepTheirs) {
-    const mode_t oldMask = ::umask(027);
+    const mode_t oldMask = ::umask(077);
     ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("a"), NewFileMode::UserDefault));
-    EXPECT_EQ(modeOf(file), 0640u);
-    std::filesystem::remove(file);
-    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("a"), NewFileMode::OwnerOnly));
     EXPECT_EQ(modeOf(file), 0600u);
+    std::filesystem::remove(file);
+    // The settings file: its owner and the data directory's group, whatever the umask.
+    constexpr gid_t kGroup = 4242;
+    const bool mayChangeGroup =
+        ::chown(file.parent_path().c_str(), static_cast<uid_t>(-1), kGroup) == 0;
+    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("a"), NewFileMode::OwnerAndGroup));
+    EXPECT_EQ(modeOf(file), 0640u);
+    struct stat status {};
+    ::stat(file.c_str(), &status);
+    EXPECT_TRUE(!mayChangeGroup || status.st_gid == kGroup);
     ::umask(oldMask);
 
     ::chmod(file.c_str(), 0644);
-    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("bb"), NewFileMode::OwnerOnly));
+    ASSERT_TRUE(replaceFileAtomically(file.string(), bytesOf("bb"), NewFileMode::OwnerAndGroup));
     EXPECT_EQ(modeOf(file), 0644u);
     EXPECT_EQ(readFile(file), "bb");
     expectOnlyTarget();
