@@ -109,15 +109,16 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     options.debugDump = parser.value(debugDump);
     options.screenshots = parser.value(screenshots);
     options.startOnScan = parser.isSet(startOnScan);
+    // A directory that does not exist yet is normal before the server's first run: the console
+    // starts empty and follows the server. Something else under that name is a mistake.
     std::error_code error;
-    if (!std::filesystem::is_directory(options.dataDirectory, error)) {
-        return EarlyExit{
-            1,
-            QStringLiteral("velmora: the data directory %1 does not exist or is not a "
-                           "directory.\nStart the Velmora server, or give the data directory "
-                           "with --data-dir DIR.\n")
-                .arg(QString::fromStdString(options.dataDirectory)),
-            true};
+    if (std::filesystem::exists(options.dataDirectory, error) &&
+        !std::filesystem::is_directory(options.dataDirectory, error)) {
+        return EarlyExit{1,
+                         QStringLiteral("velmora: %1 is not a directory.\nGive the data "
+                                        "directory with --data-dir DIR.\n")
+                             .arg(QString::fromStdString(options.dataDirectory)),
+                         true};
     }
     return options;
 }
