@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -61,6 +62,7 @@ private slots:
     void removeEventMatchesExactly();
     void removeEventUsesTheCurrentFormat();
     void doubleClickOpensTheEventSheet();
+    void userDragsColumnsIntoAnotherOrderAndWidth();
 
 private:
     QTemporaryDir m_dir;
@@ -260,6 +262,34 @@ void ScanViewTest::doubleClickOpensTheEventSheet() {
     QCOMPARE(sheet->windowTitle(), "Velmora Event");
     QCOMPARE(sheet->windowModality(), Qt::WindowModal);
     QCOMPARE(static_cast<quint32>(sheet->eventId()), idAt(model(), 1));
+}
+
+// With the mouse, as a user does: the Message column dragged before the Date column, then the
+// Host column widened by its right edge.
+void ScanViewTest::userDragsColumnsIntoAnotherOrderAndWidth() {
+    m_page->show();
+    QHeaderView& header = *m_page->tableView().horizontalHeader();
+    QWidget* strip = header.viewport();
+    const auto drag = [strip](QPoint from, QPoint to) {
+        QTest::mousePress(strip, Qt::LeftButton, {}, from);
+        QTest::mouseMove(strip, (from + to) / 2);
+        QTest::mouseMove(strip, to);
+        QTest::mouseRelease(strip, Qt::LeftButton, {}, to);
+    };
+    const auto at = [&](int column, int fraction) {
+        return QPoint(header.sectionViewportPosition(column) +
+                          header.sectionSize(column) / fraction,
+                      header.height() / 2);
+    };
+    drag(at(EventTableModel::MessageColumn, 2), at(EventTableModel::DateColumn, 4));
+    QCOMPARE(header.visualIndex(EventTableModel::MessageColumn),
+             header.visualIndex(EventTableModel::DateColumn) - 1);
+
+    const int width = header.sectionSize(EventTableModel::HostColumn);
+    const QPoint edge(header.sectionViewportPosition(EventTableModel::HostColumn) + width - 1,
+                      header.height() / 2);
+    drag(edge, edge + QPoint(60, 0));
+    QCOMPARE(header.sectionSize(EventTableModel::HostColumn), width + 60);
 }
 
 QTEST_MAIN(ScanViewTest)
