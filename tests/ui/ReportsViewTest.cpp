@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QProcess>
@@ -67,6 +68,7 @@ private slots:
     void exportOfAFreshReportWritesTheGroupLines();
     void displayWithoutGroupingAfterReturningShowsEmptyColumns();
     void printingToPdfHoldsEveryRow();
+    void aRewrittenLogIsReadAgainBeforeItIsUsed();
 
 private:
     std::unique_ptr<test::TempDir> m_dir;
@@ -352,6 +354,38 @@ void ReportsViewTest::printingToPdfHoldsEveryRow() {
     test::whenModal<QPrintDialog>([](QPrintDialog& dialog) { dialog.reject(); });
     m_page->printResults();
     QVERIFY(!QFile::exists(pdf));
+}
+
+// A deletion rewrites the log in place: the report must not show, or export, empty rows.
+void ReportsViewTest::aRewrittenLogIsReadAgainBeforeItIsUsed() {
+    display(ReportGrouping::Host);
+    clickRow(0);
+    const QWidget& note = *m_page->findChild<QLabel*>("reportNote");
+    QVERIFY(!note.isVisible());
+    QString lines = kLines;
+    const auto rewrite = [&](const char* line) {
+        lines.remove(QLatin1String(line));
+        writeFile(*m_dir / "events.log", lines.toStdString());
+    };
+
+    // Opening a group: first the report is read again, the open groups stay open.
+    rewrite("1700000000,User.Notice,web,w1\n");
+    rewrite("1700000001,Kern.Error,db,d1\n");
+    clickRow(4);
+    QTRY_COMPARE(rows(), (QStringList{"web", "  w2, with commas", "  w3", "mail", "db", "  d2"}));
+    QVERIFY(note.isVisible());
+    QCOMPARE(selectedRow(), 4);
+
+    // Exporting.
+    rewrite("1700000005,User.Notice,web,w3\n");
+    rewrite("1700000004,Local7.Debug,db,d2\n");
+    const QString path = QString::fromStdString((*m_dir / "report.csv").string());
+    test::whenModal<QFileDialog>([&](QFileDialog& dialog) { test::chooseFile(dialog, path); });
+    m_page->exportResults();
+    QTRY_VERIFY(QFile::exists(path));
+    QCOMPARE(QString::fromStdString(test::readFile(path.toStdString())),
+             "Host,Date,Priority,Message\nweb,,,\n,2023-11-14 22:13:22,User.Notice,w2, with "
+             "commas\nmail,,,\n");
 }
 
 QTEST_MAIN(ReportsViewTest)

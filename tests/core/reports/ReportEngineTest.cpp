@@ -1,9 +1,11 @@
 #include "core/reports/ReportEngine.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -183,6 +185,55 @@ TEST_F(ReportEngineTest, ALineRewrittenInPlaceShowsNothingRatherThanAnotherLine)
     const std::vector<std::string> nothing = {"", "", ""};
     const std::vector<GroupTexts> expected = {{"h", {nothing, nothing}}};
     EXPECT_EQ(groupTexts(*report), expected);
+    EXPECT_TRUE(report->changeSeen());
+}
+
+// What the server, a deletion or an administrator may do to a file after a report read it, and
+// whether the report must be read again.
+TEST_F(ReportEngineTest, ChangedOnDiskTellsRewrittenFilesFromAppendedOnes) {
+    const std::string first = "1700000000,User.Notice,h,first line\n";
+    const std::string second = "1700000001,User.Notice,h,second line\n";
+    const std::filesystem::path log = dir / "a.log";
+    const auto later = [&] {
+        std::filesystem::last_write_time(log, std::filesystem::file_time_type::clock::now() +
+                                                  std::chrono::seconds(5));
+    };
+    const auto inPlace = [&](const std::string& content) { // as a deletion rewrites a file
+        std::filesystem::resize_file(log, 0);
+        std::ofstream(log, std::ios::in | std::ios::out) << content;
+        later();
+    };
+    struct Case {
+        const char* what;
+        ReportGrouping grouping;
+        std::function<void()> change;
+        bool changed;
+    };
+    const Case cases[] = {
+        {"untouched", ReportGrouping::Host, [] {}, false},
+        {"appended to", ReportGrouping::Host,
+         [&] { std::ofstream(log, std::ios::app) << "1700000002,User.Notice,h,third\n"; }, false},
+        {"touched", ReportGrouping::Host, later, false},
+        {"without its first line", ReportGrouping::Host, [&] { inPlace(second); }, true},
+        {"without its first line, then appended past its old size", ReportGrouping::Host,
+         [&] { inPlace(second + "1700000003,User.Notice,h,a longer fourth line\n"); }, true},
+        {"its last message rewritten, by message", ReportGrouping::Message,
+         [&] { inPlace(first + "1700000001,User.Notice,h,second lime\n"); }, true},
+        {"replaced", ReportGrouping::Host,
+         [&] {
+             writeFile(dir / "new.tmp", first + second);
+             std::filesystem::rename(dir / "new.tmp", log);
+         },
+         true},
+        {"removed", ReportGrouping::Host, [&] { std::filesystem::remove(log); }, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeFile(log, first + second);
+        const std::unique_ptr<Report> report = buildReport(dir.str(), c.grouping);
+        c.change();
+        EXPECT_EQ(report->changedOnDisk(), c.changed);
+    }
 }
 
 TEST_F(ReportEngineTest, ACancelledBuildGivesNoReportAndProgressReachesTheEnd) {
