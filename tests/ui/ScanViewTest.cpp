@@ -62,7 +62,7 @@ private slots:
     void removeEventMatchesExactly();
     void removeEventUsesTheCurrentFormat();
     void doubleClickOpensTheEventSheet();
-    void userDragsColumnsIntoAnotherOrderAndWidth();
+    void userDragsAColumnIntoAnotherPlace();
 
 private:
     QTemporaryDir m_dir;
@@ -264,32 +264,23 @@ void ScanViewTest::doubleClickOpensTheEventSheet() {
     QCOMPARE(static_cast<quint32>(sheet->eventId()), idAt(model(), 1));
 }
 
-// With the mouse, as a user does: the Message column dragged before the Date column, then the
-// Host column widened by its right edge.
-void ScanViewTest::userDragsColumnsIntoAnotherOrderAndWidth() {
+// With the mouse, as a user does: the Message column dragged before the Date column.
+void ScanViewTest::userDragsAColumnIntoAnotherPlace() {
     m_page->show();
     QHeaderView& header = *m_page->tableView().horizontalHeader();
-    QWidget* strip = header.viewport();
-    const auto drag = [strip](QPoint from, QPoint to) {
-        QTest::mousePress(strip, Qt::LeftButton, {}, from);
-        QTest::mouseMove(strip, (from + to) / 2);
-        QTest::mouseMove(strip, to);
-        QTest::mouseRelease(strip, Qt::LeftButton, {}, to);
-    };
     const auto at = [&](int column, int fraction) {
         return QPoint(header.sectionViewportPosition(column) +
                           header.sectionSize(column) / fraction,
                       header.height() / 2);
     };
-    drag(at(EventTableModel::MessageColumn, 2), at(EventTableModel::DateColumn, 4));
+    const QPoint from = at(EventTableModel::MessageColumn, 2);
+    const QPoint to = at(EventTableModel::DateColumn, 4);
+    QTest::mousePress(header.viewport(), Qt::LeftButton, {}, from);
+    QTest::mouseMove(header.viewport(), (from + to) / 2);
+    QTest::mouseMove(header.viewport(), to);
+    QTest::mouseRelease(header.viewport(), Qt::LeftButton, {}, to);
     QCOMPARE(header.visualIndex(EventTableModel::MessageColumn),
              header.visualIndex(EventTableModel::DateColumn) - 1);
-
-    const int width = header.sectionSize(EventTableModel::HostColumn);
-    const QPoint edge(header.sectionViewportPosition(EventTableModel::HostColumn) + width - 1,
-                      header.height() / 2);
-    drag(edge, edge + QPoint(60, 0));
-    QCOMPARE(header.sectionSize(EventTableModel::HostColumn), width + 60);
 }
 
 QTEST_MAIN(ScanViewTest)

@@ -286,24 +286,21 @@ void WindowControllerTest::applicationMenuLeavesTheSheetInFront() {
 
 // However the directory is written, and whether it exists yet or not.
 void WindowControllerTest::oneConsoleNamePerDataDirectory() {
-    const QString base = m_data->path();
-    QVERIFY(QDir(base).mkdir("real"));
-    QVERIFY(QFile::link(base + "/real", base + "/alias"));
-    const auto name = [](const QString& directory) {
-        return ConsoleService::busName(directory.toStdString());
+    const auto name = [&](const char* directory) {
+        return ConsoleService::busName(m_data->filePath(directory).toStdString());
     };
-    const QString real = name(base + "/real");
-    QVERIFY(QRegularExpression("^com\\.kestrix\\.Velmora\\.Console\\.d[0-9a-f]{16}$")
-                .match(real)
-                .hasMatch());
-    for (const QString& same : {base + "/real/", base + "/./real", base + "/alias/../real/."}) {
-        QCOMPARE(name(same), real);
+    QVERIFY(QDir(m_data->path()).mkdir("real"));
+    QVERIFY(QFile::link(m_data->filePath("real"), m_data->filePath("alias")));
+    const QString later = name("later");
+    QVERIFY(QDir(m_data->path()).mkdir("later"));
+    QCOMPARE(name("later"), later);
+    QVERIFY(later != name("real"));
+    for (const char* same : {"real/", "./real", "alias", "alias/../real/."}) {
+        QCOMPARE(name(same), name("real"));
     }
-    QCOMPARE(name(base + "/alias"), real);
-    const QString later = name(base + "/later");
-    QVERIFY(later != real);
-    QVERIFY(QDir(base).mkdir("later"));
-    QCOMPARE(name(base + "/later"), later);
+    QVERIFY(QRegularExpression("^com\\.kestrix\\.Velmora\\.Console\\.d[0-9a-f]{16}$")
+                .match(name("real"))
+                .hasMatch());
 }
 
 void WindowControllerTest::newEventIsRawWhileScanIsHiddenAndDecoratedWhileShown() {
