@@ -77,7 +77,7 @@ WindowController* AppDelegate::revealWindow() {
     if (!m_window) {
         return nullptr;
     }
-    // Closing the window only hides it; a command brings it back, also from the task bar.
+    // Closed, the window is only hidden, or it may be minimised: it comes back in front.
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->show();
     m_window->raise();

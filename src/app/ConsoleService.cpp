@@ -5,7 +5,6 @@
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 
 #include "app/Logging.h"

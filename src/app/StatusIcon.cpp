@@ -2,6 +2,7 @@
 
 #include <QIcon>
 #include <QMenu>
+#include <QSystemTrayIcon>
 
 #include "app/AppDelegate.h"
 
@@ -12,18 +13,20 @@ bool StatusIcon::available() {
 }
 
 StatusIcon::StatusIcon(AppDelegate& delegate, QObject* parent)
-    : QSystemTrayIcon(QIcon(QStringLiteral(":/icons/velmora.svg")), parent)
-    , m_menu(std::make_unique<QMenu>()) {
-    setObjectName(QStringLiteral("statusIcon"));
+    : QObject(parent)
+    , m_menu(std::make_unique<QMenu>())
+    , m_icon(std::make_unique<QSystemTrayIcon>(QIcon(QStringLiteral(":/icons/velmora.svg")))) {
     // Two consoles on two data directories are told apart by the directory.
-    setToolTip(tr("Velmora: %1").arg(QString::fromStdString(delegate.dataDirectory())));
+    m_icon->setToolTip(tr("Velmora: %1").arg(QString::fromStdString(delegate.dataDirectory())));
     delegate.addApplicationCommands(*m_menu);
-    setContextMenu(m_menu.get());
-    connect(this, &QSystemTrayIcon::activated, &delegate, [&delegate](ActivationReason reason) {
-        if (reason == Trigger || reason == DoubleClick) {
-            delegate.showWindow();
-        }
-    });
+    m_icon->setContextMenu(m_menu.get());
+    connect(m_icon.get(), &QSystemTrayIcon::activated, &delegate,
+            [&delegate](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+                    delegate.showWindow();
+                }
+            });
+    m_icon->show();
 }
 
 StatusIcon::~StatusIcon() = default;

@@ -2,9 +2,10 @@
 
 #include <memory>
 
-#include <QSystemTrayIcon>
+#include <QObject>
 
 class QMenu;
+class QSystemTrayIcon;
 
 namespace velmora {
 
@@ -15,7 +16,7 @@ class AppDelegate;
 // application menu's commands, Home, Scan, Reports, Tools, About and Quit; a click on the icon
 // brings the main window back. While it is shown, closing the main window only hides it, and
 // the console goes on following the server.
-class StatusIcon : public QSystemTrayIcon {
+class StatusIcon : public QObject {
     Q_OBJECT
 
 public:
@@ -26,7 +27,9 @@ public:
     ~StatusIcon() override;
 
 private:
-    std::unique_ptr<QMenu> m_menu; // a menu of no widget, owned here
+    // The icon goes before the menu it shows.
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_icon;
 };
 
 } // namespace velmora

@@ -90,7 +90,6 @@ int main(int argc, char* argv[]) {
     std::unique_ptr<velmora::StatusIcon> statusIcon;
     if (velmora::StatusIcon::available()) {
         statusIcon = std::make_unique<velmora::StatusIcon>(delegate);
-        statusIcon->show();
     }
     QApplication::setQuitOnLastWindowClosed(statusIcon == nullptr);
     if (options.startOnScan) {
