@@ -49,7 +49,8 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Velmora, the console of the Velmora syslog server: it shows the events "
-                       "the server logs and edits the settings it obeys."));
+                       "the server logs and edits the settings it obeys. One console runs per "
+                       "data directory: started again, it brings that console's window forward."));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     // Our own help and version options: the parser's standard ones need a running application
     // and offer the toolkit's options too.
