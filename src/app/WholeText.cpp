@@ -7,7 +7,7 @@ namespace velmora {
 
 namespace {
 
-// Word wrapping an unbroken run of this length takes about 10 ms.
+// Word wrapping an unbroken run of this length takes a few milliseconds.
 constexpr qsizetype kWordWrapLimit = 8192;
 
 } // namespace
