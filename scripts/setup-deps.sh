@@ -22,8 +22,9 @@ packages=(
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3
-  # headless GUI and bus in tests, PDF checks
-  xvfb xauth dbus libglib2.0-bin poppler-utils
+  # headless GUI and bus in tests, PDF checks; libxcb closes the real console's window in a
+  # test as a window manager does
+  xvfb xauth dbus libglib2.0-bin poppler-utils libxcb1-dev
   # validation of the desktop entry and the AppStream metadata; building the Debian package
   desktop-file-utils appstream dpkg-dev
 )

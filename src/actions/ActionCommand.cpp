@@ -15,6 +15,10 @@ void ActionCommand::onCancel() {
 }
 
 void ActionCommand::showEvent(QShowEvent* event) {
+    if (!event->spontaneous()) {
+        // The sheet keeps the size it was laid out at; the user cannot stretch it.
+        setFixedSize(size());
+    }
     QDialog::showEvent(event);
     if (!event->spontaneous()) {
         viewWillAppear();

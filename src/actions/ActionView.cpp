@@ -101,9 +101,7 @@ void ActionView::showAction(const Dictionary& action) {
     m_ui->actionName->setText(text(action, filter_record::kName));
     m_ui->actionIP->setText(text(action, filter_record::kIP));
     m_ui->actionMessage->setText(text(action, filter_record::kMessage));
-    // The mask shows as a whole number, whatever text was stored.
-    const Value* mask = action.find(filter_record::kMask);
-    m_ui->actionMask->setText(QString::number(mask ? mask->toInteger() : 0));
+    m_ui->actionMask->setText(QString::number(filter_record::maskNumber(action)));
     selectStoredText(*m_ui->actionFacility, text(action, filter_record::kFacility));
     selectStoredText(*m_ui->actionSeverity, text(action, filter_record::kSeverity));
     m_runCommand = action.dictionary(action_record::kRunCommand);

@@ -39,6 +39,12 @@ WindowController* AppDelegate::windowController() const {
 }
 
 void AppDelegate::populateApplicationMenu(QMenuBar& menuBar) {
+    QMenu* menu = menuBar.addMenu(tr("Velmora"));
+    menu->setObjectName(QStringLiteral("applicationMenu"));
+    addApplicationCommands(*menu);
+}
+
+void AppDelegate::addApplicationCommands(QMenu& menu) {
     struct Command {
         const char* text;
         const char* name;
@@ -51,26 +57,35 @@ void AppDelegate::populateApplicationMenu(QMenuBar& menuBar) {
         {QT_TR_NOOP("Tools"), "menuTools", &AppDelegate::tools},
         {QT_TR_NOOP("About Velmora"), "menuAbout", &AppDelegate::about},
     };
-    QMenu* menu = menuBar.addMenu(tr("Velmora"));
-    menu->setObjectName(QStringLiteral("applicationMenu"));
     for (const Command& command : kCommands) {
-        QAction* action = menu->addAction(tr(command.text));
+        QAction* action = menu.addAction(tr(command.text));
         action->setObjectName(QString::fromLatin1(command.name));
         connect(action, &QAction::triggered, this, command.slot);
     }
-    menu->addSeparator();
-    QAction* quit = menu->addAction(tr("Quit Velmora"));
+    menu.addSeparator();
+    QAction* quit = menu.addAction(tr("Quit Velmora"));
     quit->setObjectName(QStringLiteral("menuQuit"));
     quit->setShortcut(QKeySequence::Quit);
     connect(quit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
 }
 
+void AppDelegate::showWindow() {
+    revealWindow();
+}
+
 WindowController* AppDelegate::revealWindow() {
-    if (m_window) {
-        // Closing the window only hides it; a page command brings it back to the front.
-        m_window->show();
-        m_window->raise();
-        m_window->activateWindow();
+    if (!m_window) {
+        return nullptr;
+    }
+    // Closed, the window is only hidden, or it may be minimised: it comes back in front.
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+    if (QWidget* modal = QApplication::activeModalWidget()) {
+        modal->raise();
+        modal->activateWindow();
+        return nullptr;
     }
     return m_window;
 }

@@ -13,6 +13,7 @@
 #include "core/settings/RuntimeSettings.h"
 #include "core/settings/SettingsStore.h"
 
+class QMenu;
 class QMenuBar;
 
 namespace velmora {
@@ -45,6 +46,8 @@ public:
     WindowController* windowController() const;
     // Adds the application menu ("Velmora") to a window's menu bar.
     void populateApplicationMenu(QMenuBar& menuBar);
+    // Adds the application menu's commands to a menu: the pages, About, and Quit.
+    void addApplicationCommands(QMenu& menu);
 
 public slots:
     // The application menu's commands (Home:, Scan:, Reports:, Tools:, About:).
@@ -53,6 +56,8 @@ public slots:
     void reports();
     void tools();
     void about();
+    // Shows the main window, closed or not, in front.
+    void showWindow();
 
 private:
     SettingsStore m_settings;
@@ -60,6 +65,8 @@ private:
     EventStore m_events;
     QPointer<WindowController> m_window;
 
+    // The window to forward a command to, shown in front; none while a sheet or an alert is
+    // up, which comes forward instead and keeps its page under it.
     WindowController* revealWindow();
 };
 

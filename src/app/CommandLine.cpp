@@ -49,7 +49,8 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Velmora, the console of the Velmora syslog server: it shows the events "
-                       "the server logs and edits the settings it obeys."));
+                       "the server logs and edits the settings it obeys. One console runs per "
+                       "data directory: started again, it brings that console's window forward."));
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     // Our own help and version options: the parser's standard ones need a running application
     // and offer the toolkit's options too.
@@ -109,15 +110,16 @@ std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& argumen
     options.debugDump = parser.value(debugDump);
     options.screenshots = parser.value(screenshots);
     options.startOnScan = parser.isSet(startOnScan);
+    // A directory that does not exist yet is normal before the server's first run: the console
+    // starts empty and follows the server. Something else under that name is a mistake.
     std::error_code error;
-    if (!std::filesystem::is_directory(options.dataDirectory, error)) {
-        return EarlyExit{
-            1,
-            QStringLiteral("velmora: the data directory %1 does not exist or is not a "
-                           "directory.\nStart the Velmora server, or give the data directory "
-                           "with --data-dir DIR.\n")
-                .arg(QString::fromStdString(options.dataDirectory)),
-            true};
+    if (std::filesystem::exists(options.dataDirectory, error) &&
+        !std::filesystem::is_directory(options.dataDirectory, error)) {
+        return EarlyExit{1,
+                         QStringLiteral("velmora: %1 is not a directory.\nGive the data "
+                                        "directory with --data-dir DIR.\n")
+                             .arg(QString::fromStdString(options.dataDirectory)),
+                         true};
     }
     return options;
 }

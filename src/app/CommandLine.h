@@ -27,8 +27,8 @@ struct EarlyExit {
 
 // Reads the console's command line (`arguments` without the program name) before any window
 // exists, so that --help, --version and a bad option work without a display. The data
-// directory is the option's, else the environment variable's, else the server's default; one
-// that is not an existing directory is an error, not an empty window. The toolkit's own
+// directory is the option's, else the environment variable's, else the server's default; it
+// need not exist yet, but a file in its place is an error. The toolkit's own
 // options (-platform NAME, -style NAME, ...) are let through for the application to take.
 std::variant<StartOptions, EarlyExit> readCommandLine(const QStringList& arguments,
                                                       const char* dataDirectoryVariable);

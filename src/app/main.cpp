@@ -1,5 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -12,9 +14,12 @@
 
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/ConsoleService.h"
 #include "app/EventDump.h"
+#include "app/Logging.h"
 #include "app/LoopMonitor.h"
 #include "app/PageScreenshots.h"
+#include "app/StatusIcon.h"
 #include "app/WindowController.h"
 #include "core/Version.h"
 #include "core/settings/SettingsStore.h"
@@ -29,6 +34,27 @@ QStringList argumentsOf(int argc, char* argv[]) {
         arguments << QString::fromLocal8Bit(argv[i]);
     }
     return arguments;
+}
+
+// One console per user and data directory: started again, the console brings the running
+// one's window forward and ends. Returns the exit status when this console is not to start.
+std::optional<int> handOverToRunningConsole(velmora::ConsoleService& service) {
+    switch (service.claim()) {
+    case velmora::ConsoleService::Claim::Owned:
+        return std::nullopt;
+    case velmora::ConsoleService::Claim::Unknown:
+        qCWarning(velmora::lcApp) << "no session bus: a second console on this data directory "
+                                     "cannot be told to step aside";
+        return std::nullopt;
+    case velmora::ConsoleService::Claim::Taken:
+        break;
+    }
+    if (service.activateOwner()) {
+        return 0;
+    }
+    std::fprintf(stderr, "velmora: a console on %s runs but does not answer.\n",
+                 service.dataDirectory().toLocal8Bit().constData());
+    return 1;
 }
 
 } // namespace
@@ -49,9 +75,23 @@ int main(int argc, char* argv[]) {
     QApplication::setDesktopFileName(QStringLiteral("com.kestrix.Velmora"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/velmora.svg")));
 
+    velmora::ConsoleService service(options.dataDirectory);
+    if (const std::optional<int> status = handOverToRunningConsole(service)) {
+        return *status;
+    }
+
     velmora::AppDelegate delegate(options.dataDirectory);
     velmora::WindowController window(delegate);
     delegate.setWindowController(&window);
+    QObject::connect(&service, &velmora::ConsoleService::activated, &delegate,
+                     &velmora::AppDelegate::showWindow);
+    // With an icon in the status area, closing the window leaves the console following the
+    // server; on a desktop without one, closing the window ends the console, as users expect.
+    std::unique_ptr<velmora::StatusIcon> statusIcon;
+    if (velmora::StatusIcon::available()) {
+        statusIcon = std::make_unique<velmora::StatusIcon>(delegate);
+    }
+    QApplication::setQuitOnLastWindowClosed(statusIcon == nullptr);
     if (options.startOnScan) {
         window.scan();
     }

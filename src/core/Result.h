@@ -13,6 +13,7 @@ enum class ErrorCode {
     Corrupt,     // bytes that do not decode
     Invalid,     // input that decodes but breaks a rule (wrong type, unknown key)
     Unsupported, // a well-formed construct the engine does not handle
+    Changed,     // the files changed under the work, which done again may succeed
 };
 
 struct Error {

@@ -18,7 +18,7 @@
 
 #include "app/LinkStyle.h"
 #include "app/Logging.h"
-#include "core/eventlog/Utf8.h"
+#include "app/WholeText.h"
 #include "core/popup/PopupText.h"
 #include "popup/PopupViewTitle.h"
 #include "scan/ScanViewEvent.h"
@@ -29,7 +29,6 @@ namespace velmora {
 namespace {
 
 constexpr int kPictureSize = 40;
-constexpr std::size_t kMaxMessageBytes = 16384;
 
 QString toQString(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
@@ -172,16 +171,11 @@ void PopupView::setDetails() {
     m_background->setLevel(level);
     m_ui->popupHeader->setText(toQString(popupHeader(priority.value_or(std::string_view()))));
 
-    // A popup shows the beginning of a very long message; "Learn more" shows all of it.
-    std::optional<std::string_view> message = m_store.message(m_event);
-    if (message) {
-        message = utf8Prefix(*message, kMaxMessageBytes);
-    }
     const std::optional<std::string> date = m_store.date(m_event);
     const std::string details =
         popupDetails(date ? std::optional<std::string_view>(*date) : std::nullopt, priority,
-                     m_store.host(m_event), message);
-    m_ui->popupDetails->setPlainText(QString::fromStdString(details));
+                     m_store.host(m_event), m_store.message(m_event));
+    showWholeText(*m_ui->popupDetails, QString::fromStdString(details));
 }
 
 void PopupView::popupAbout() {

@@ -2,9 +2,15 @@
 
 #include <array>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include <QAbstractTableModel>
 #include <QIcon>
+
+class QTimer;
 
 #include "core/reports/ReportTable.h"
 
@@ -36,15 +42,27 @@ public:
     const std::array<QString, kColumnCount>& titles() const { return m_titles; }
     void setTitles(const std::array<QString, kColumnCount>& titles);
 
-    // Shows a report, every group closed; nullptr empties the table.
-    void setReport(std::shared_ptr<const Report> report);
+    // Shows a report with every group closed, but those with the keys given; nullptr empties
+    // the table.
+    void setReport(std::shared_ptr<const Report> report,
+                   const std::vector<std::string>& openKeys = {});
     const ReportTable& table() const { return m_table; }
+    // The keys of the open groups, in table order.
+    std::vector<std::string> openKeys() const;
+    // The row of the group with this key.
+    std::optional<int> rowOfGroup(std::string_view key) const;
 
     // A click on a row (tableClicked:): a group opens or closes in place, a detail row stays.
     void click(int row);
 
+signals:
+    // A line read for a cell was found rewritten since the report was built: the cell showed
+    // empty, and the report needs reading again.
+    void linesChanged();
+
 private:
     ReportTable m_table;
+    QTimer* m_linesChanged; // tells of a change once the view's painting is over
     std::array<QString, kColumnCount> m_titles;
     QIcon m_closed;
     QIcon m_open;

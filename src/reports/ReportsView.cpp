@@ -10,12 +10,12 @@
 #include <QHideEvent>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QScrollBar>
 #include <QShowEvent>
 
 #include "app/AppDelegate.h"
 #include "app/FileDialogs.h"
 #include "app/Logging.h"
-#include "core/reports/ReportEngine.h"
 #include "core/reports/ReportExport.h"
 #include "reports/ReportBuild.h"
 #include "reports/ReportPrinter.h"
@@ -53,6 +53,7 @@ ReportsView::ReportsView(AppDelegate& delegate, QWidget* parent)
     white.setColor(QPalette::Window, Qt::white);
     setPalette(white);
     setUpTable();
+    connect(m_model, &ReportTableModel::linesChanged, this, [this] { refresh(); });
     connect(m_ui->reportName, &QComboBox::activated, this, &ReportsView::reportNameSelected);
     connect(m_ui->reportFilter, &QComboBox::activated, this, &ReportsView::reportFilterSelected);
     connect(m_ui->reportDisplay, &QPushButton::clicked, this, &ReportsView::displayReport);
@@ -99,6 +100,7 @@ void ReportsView::hideEvent(QHideEvent* event) {
 
 void ReportsView::viewWillAppear() {
     stopBuild();
+    m_ui->reportNote->hide();
     m_ui->reportName->setCurrentIndex(-1);
     QComboBox& filter = *m_ui->reportFilter;
     filter.clear();
@@ -129,6 +131,7 @@ void ReportsView::enableDisplayWhenChosen() {
 
 void ReportsView::displayReport() {
     stopBuild();
+    m_ui->reportNote->hide();
     m_model->setReport(nullptr);
     setColumnsVisible(true);
     const int index = m_ui->reportName->currentIndex();
@@ -139,7 +142,10 @@ void ReportsView::displayReport() {
     }
     const auto grouping = static_cast<ReportGrouping>(index);
     setColumnsFor(grouping);
-    startBuild(grouping);
+    m_request = {m_delegate.dataDirectory(),
+                 m_ui->reportFilter->currentData(kLogNameRole).toByteArray().toStdString(),
+                 grouping, m_delegate.runtime().newDateFormat};
+    startBuild([this](std::shared_ptr<const Report> report) { showReport(std::move(report)); });
 }
 
 void ReportsView::setColumnsVisible(bool visible) {
@@ -177,19 +183,21 @@ void ReportsView::setColumnsFor(ReportGrouping grouping) {
     header.resizeSection(3, atLeastMinimum(tableWidth - others));
 }
 
-void ReportsView::startBuild(ReportGrouping grouping) {
-    ReportRequest request{m_delegate.dataDirectory(),
-                          m_ui->reportFilter->currentData(kLogNameRole).toByteArray().toStdString(),
-                          grouping, m_delegate.runtime().newDateFormat};
-    m_build = std::make_unique<ReportBuild>(std::move(request));
+void ReportsView::startBuild(Built built) {
+    m_build = std::make_unique<ReportBuild>(m_request);
     connect(m_build.get(), &ReportBuild::progressed, m_ui->reportProgress, &QProgressBar::setValue);
-    connect(m_build.get(), &ReportBuild::finished, this, &ReportsView::showReport);
+    connect(m_build.get(), &ReportBuild::finished, this,
+            [this, built = std::move(built)](std::shared_ptr<const Report> report) {
+                // Done: let it go once its signal has returned.
+                m_build.release()->deleteLater();
+                m_ui->reportProgress->hide();
+                built(std::move(report));
+            });
     m_ui->reportProgress->setValue(0);
     m_ui->reportProgress->show();
 }
 
 void ReportsView::showReport(std::shared_ptr<const Report> report) {
-    m_ui->reportProgress->hide();
     m_model->setReport(std::move(report));
     tableView().clearSelection();
     emit reportShown();
@@ -204,14 +212,58 @@ bool ReportsView::findText(const QString& text, const QString& /*key*/) const {
     return m_model->table().hasGroup(text.toStdString());
 }
 
+void ReportsView::whenCurrent(std::function<void()> action) {
+    const Report* report = m_model->table().report();
+    if (report != nullptr && report->changedOnDisk()) {
+        refresh(std::move(action));
+    } else {
+        action();
+    }
+}
+
+void ReportsView::refresh(std::function<void()> then) {
+    std::vector<std::string> open = m_model->openKeys();
+    const int scrolled = tableView().verticalScrollBar()->value();
+    m_model->setReport(nullptr);
+    startBuild([this, open = std::move(open), scrolled,
+                then = std::move(then)](std::shared_ptr<const Report> report) {
+        qCInfo(lcReports) << "the log files changed: report read again";
+        m_model->setReport(std::move(report), open);
+        tableView().verticalScrollBar()->setValue(scrolled);
+        m_ui->reportNote->show();
+        if (then) {
+            then();
+        }
+    });
+}
+
 void ReportsView::tableClicked() {
     const QModelIndexList selected = tableView().selectionModel()->selectedRows();
     if (selected.isEmpty()) {
         return;
     }
     const int row = selected.front().row();
-    m_model->click(row);
-    tableView().selectRow(row);
+    const std::optional<GroupId> group = m_model->table().groupAt(static_cast<std::size_t>(row));
+    if (!group) {
+        tableView().selectRow(row); // a detail row changes nothing
+        return;
+    }
+    std::string key(m_model->table().report()->groupKey(*group));
+    whenCurrent([this, row, key = std::move(key)] { clickGroup(row, key); });
+}
+
+void ReportsView::clickGroup(int row, const std::string& key) {
+    // Once the report was read again the group may stand on another row, or be gone.
+    const ReportTable& table = m_model->table();
+    const std::optional<GroupId> group = table.groupAt(static_cast<std::size_t>(row));
+    const std::optional<int> at = group && table.report()->groupKey(*group) == key
+                                      ? std::optional<int>(row)
+                                      : m_model->rowOfGroup(key);
+    if (!at) {
+        return;
+    }
+    m_model->click(*at);
+    tableView().selectRow(*at);
 }
 
 void ReportsView::exportResults() {
@@ -222,13 +274,23 @@ void ReportsView::exportResults() {
     if (!chosen) {
         return;
     }
+    const std::string path = QFile::encodeName(*chosen).toStdString();
+    whenCurrent([this, path] { exportTo(path, true); });
+}
+
+void ReportsView::exportTo(const std::string& path, bool retryWhenChanged) {
     std::array<std::string, ReportTableModel::kColumnCount> titles;
     std::transform(m_model->titles().begin(), m_model->titles().end(), titles.begin(),
                    [](const QString& title) { return title.toStdString(); });
-    const std::string path = QFile::encodeName(*chosen).toStdString();
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const Status written = exportReportTable(m_model->table(), titles, exportSeparator(path), path);
     QApplication::restoreOverrideCursor();
+    if (!written && written.error().code == ErrorCode::Changed && retryWhenChanged) {
+        // A file was rewritten while the export read it: nothing was written; read the report
+        // again and write that.
+        refresh([this, path] { exportTo(path, false); });
+        return;
+    }
     // A failed export is not shown to the user: the previous file, if any, is left as it was.
     if (!written) {
         qCWarning(lcReports) << "export failed:" << written.error().message.c_str();
@@ -236,15 +298,17 @@ void ReportsView::exportResults() {
 }
 
 void ReportsView::printResults() {
-    QPrinter printer(QPrinter::HighResolution);
-    QPrintDialog dialog(&printer, this);
+    auto printer = std::make_shared<QPrinter>(QPrinter::HighResolution);
+    QPrintDialog dialog(printer.get(), this);
     dialog.setObjectName(QStringLiteral("printDialog"));
     if (dialog.exec() != QDialog::Accepted) {
         return;
     }
-    if (!printTable(printer)) {
-        qCWarning(lcReports) << "printing failed";
-    }
+    whenCurrent([this, printer] {
+        if (!printTable(*printer)) {
+            qCWarning(lcReports) << "printing failed";
+        }
+    });
 }
 
 bool ReportsView::printTable(QPrinter& printer) const {

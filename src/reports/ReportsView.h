@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string>
 
 #include <QWidget>
 
 #include "core/reports/Report.h"
+#include "core/reports/ReportEngine.h"
 
 class QPrinter;
 class QTableView;
@@ -26,6 +29,12 @@ class ReportTableModel;
 // A report is built on a thread of its own while a progress bar runs: the window stays
 // responsive over gigabytes of logs, and the table gets the same report a build in one pass on
 // the main thread would give.
+//
+// A report keeps only where its lines lie in the log files, so a file rewritten since the build
+// (by a deletion, or by the server's removal of old events) would show empty rows. Before a
+// group is opened or closed, and before an export or a print, the page checks the files; when
+// one changed, it reads the report again first, keeps the open groups open and says so in a
+// note. A row found changed while it is painted brings the same.
 class ReportsView : public QWidget {
     Q_OBJECT
 
@@ -68,18 +77,26 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    using Built = std::function<void(std::shared_ptr<const Report>)>;
+
     std::unique_ptr<Ui::ReportsView> m_ui;
     AppDelegate& m_delegate;
     ReportTableModel* m_model;
+    ReportRequest m_request; // of the report shown, for reading it again
     std::unique_ptr<ReportBuild> m_build;
 
     void setUpTable();
     void enableDisplayWhenChosen();
     void setColumnsFor(ReportGrouping grouping);
     void setColumnsVisible(bool visible);
-    void startBuild(ReportGrouping grouping);
+    void startBuild(Built built);
     void showReport(std::shared_ptr<const Report> report);
     void stopBuild();
+    // Runs `action` on a report that matches its files: at once, or once it is read again.
+    void whenCurrent(std::function<void()> action);
+    void refresh(std::function<void()> then = {});
+    void clickGroup(int row, const std::string& key);
+    void exportTo(const std::string& path, bool retryWhenChanged);
 };
 
 } // namespace velmora

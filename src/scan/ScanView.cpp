@@ -60,6 +60,9 @@ void ScanView::setUpTable() {
     rows.setSectionResizeMode(QHeaderView::Fixed);
     rows.setDefaultSectionSize(fontMetrics().height() + 6);
     QHeaderView& columns = *table.horizontalHeader();
+    // The user may drag the columns into another order (Export follows it) and widen them.
+    columns.setSectionsMovable(true);
+    columns.setSectionResizeMode(QHeaderView::Interactive);
     columns.setSectionResizeMode(EventTableModel::ImageColumn, QHeaderView::Fixed);
     columns.resizeSection(EventTableModel::ImageColumn, 28);
     columns.resizeSection(EventTableModel::DateColumn, 170);

@@ -6,6 +6,7 @@
 #include <QItemSelectionModel>
 #include <QTableView>
 
+#include "app/WholeText.h"
 #include "scan/EventTableModel.h"
 #include "ui_ScanViewEvent.h"
 
@@ -48,7 +49,7 @@ void ScanViewEvent::setDetails() {
     m_ui->eventDate->setText(date ? QString::fromStdString(*date) : QString());
     m_ui->eventPriority->setText(text(m_store.priority(m_event)));
     m_ui->eventHost->setText(text(m_store.host(m_event)));
-    m_ui->eventMessage->setPlainText(text(m_store.message(m_event)));
+    showWholeText(*m_ui->eventMessage, text(m_store.message(m_event)));
 
     const bool hidden = m_hideButtons || !m_table;
     m_ui->eventUp->setHidden(hidden);

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string_view>
+
+#include "core/archive/Value.h"
 
 namespace velmora::filter_record {
 
@@ -18,5 +21,12 @@ inline constexpr std::string_view kMessage = "Message";
 inline constexpr std::string_view kAnyIP = "0.0.0.0";
 inline constexpr std::string_view kAnyMask = "0";
 inline constexpr std::string_view kAnyMessage = "*";
+
+// The mask as the editors show it: a whole number, whether stored as text, as typed, or as a
+// number by another program.
+inline std::int64_t maskNumber(const Dictionary& record) {
+    const Value* mask = record.find(kMask);
+    return mask != nullptr ? mask->toInteger() : 0;
+}
 
 } // namespace velmora::filter_record

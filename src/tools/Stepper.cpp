@@ -1,14 +1,14 @@
 #include "tools/Stepper.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
-#include <QIntValidator>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include "core/archive/Value.h"
 
 namespace velmora {
 
@@ -77,12 +77,10 @@ void Stepper::keyPressEvent(QKeyEvent* event) {
 
 void pairFieldWithStepper(QLineEdit& field, Stepper& stepper,
                           std::function<void(std::int64_t)> changed) {
-    const int top = static_cast<int>(
-        std::min<std::int64_t>(stepper.maximum(), std::numeric_limits<int>::max()));
-    field.setValidator(new QIntValidator(0, top, &field));
     QObject::connect(&field, &QLineEdit::textEdited, &stepper,
                      [&stepper, changed](const QString& text) {
-                         const std::int64_t value = text.toLongLong();
+                         // Read as a number stored as text is read: "12 days" is 12.
+                         const std::int64_t value = Value(text.toStdString()).toInteger();
                          stepper.setValue(value);
                          changed(value);
                      });

@@ -62,7 +62,7 @@ private:
 
 // Keeps a number field, its stepper and the number they edit equal: typing sets the stepper,
 // stepping sets the field, and either reports the new number to `changed`. The field takes
-// digits only, up to the stepper's maximum; an empty field is 0.
+// whatever is typed, read by its leading whole number; a text without one is 0.
 void pairFieldWithStepper(QLineEdit& field, Stepper& stepper,
                           std::function<void(std::int64_t)> changed);
 

@@ -76,9 +76,7 @@ void ToolsViewFilter::showRecord(const Dictionary& record) {
     m_ui->filterName->setText(text(record, filter_record::kName));
     m_ui->filterIP->setText(text(record, filter_record::kIP));
     m_ui->filterMessage->setText(text(record, filter_record::kMessage));
-    // The mask is shown as a whole number, whatever text was stored.
-    m_ui->filterMask->setText(
-        QString::number(Value(record.string(filter_record::kMask)).toInteger()));
+    m_ui->filterMask->setText(QString::number(filter_record::maskNumber(record)));
     showChoice(*m_ui->filterFacility, text(record, filter_record::kFacility));
     showChoice(*m_ui->filterSeverity, text(record, filter_record::kSeverity));
 }

@@ -469,11 +469,16 @@ void ToolsViewOptions::popupEventsPlay(Severity severity) {
 }
 
 void ToolsViewOptions::popupSoundBrowse() {
-    const QList<FileType> types = {
-        {tr("AIFF sound"), {QStringLiteral("aiff"), QStringLiteral("aif")}},
-        {tr("WAV sound"), {QStringLiteral("wav")}},
-        {tr("Ogg sound"), {QStringLiteral("ogg"), QStringLiteral("oga")}},
-        {tr("FLAC sound"), {QStringLiteral("flac")}}};
+    QList<FileType> types = {{tr("AIFF sound"), {QStringLiteral("aiff"), QStringLiteral("aif")}},
+                             {tr("WAV sound"), {QStringLiteral("wav")}},
+                             {tr("Ogg sound"), {QStringLiteral("ogg"), QStringLiteral("oga")}},
+                             {tr("FLAC sound"), {QStringLiteral("flac")}}};
+    // Shown first, so that the start folder lists every sound the console can play.
+    FileType playable{tr("Sound files"), {}};
+    for (const FileType& type : types) {
+        playable.extensions += type.extensions;
+    }
+    types.prepend(playable);
     const std::optional<QString> path = chooseFileToOpen(
         this, tr("Please select sound file name with 'aif' extension:"), types, soundDirectory());
     if (!path) {

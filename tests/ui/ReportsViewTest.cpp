@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QProcess>
@@ -64,9 +65,9 @@ private slots:
     void closingTheLastGroupStopsAtTheEnd();
     void clicksOnDetailsOrWithoutSelectionChangeNothing();
     void findTextLooksAtTheGroupRowsNowShown();
-    void exportOfAFreshReportWritesTheGroupLines();
     void displayWithoutGroupingAfterReturningShowsEmptyColumns();
     void printingToPdfHoldsEveryRow();
+    void aRewrittenLogIsReadAgainBeforeItIsUsed();
 
 private:
     std::unique_ptr<test::TempDir> m_dir;
@@ -291,19 +292,6 @@ void ReportsViewTest::findTextLooksAtTheGroupRowsNowShown() {
     QVERIFY(!m_page->findText("web", "First"));
 }
 
-void ReportsViewTest::exportOfAFreshReportWritesTheGroupLines() {
-    display(ReportGrouping::Host);
-    const QString path = QString::fromStdString((*m_dir / "report.txt").string());
-    test::whenModal<QFileDialog>([&](QFileDialog& dialog) {
-        QCOMPARE(dialog.windowTitle(),
-                 "Please select export file name with 'txt' or 'csv' extensions:");
-        test::chooseFile(dialog, path);
-    });
-    m_page->exportResults();
-    QCOMPARE(QString::fromStdString(test::readFile(path.toStdString())),
-             "Host\tDate\tPriority\tMessage\nweb\t\t\t\ndb\t\t\t\nmail\t\t\t\n");
-}
-
 void ReportsViewTest::displayWithoutGroupingAfterReturningShowsEmptyColumns() {
     display(ReportGrouping::Date);
     reappear();
@@ -352,6 +340,42 @@ void ReportsViewTest::printingToPdfHoldsEveryRow() {
     test::whenModal<QPrintDialog>([](QPrintDialog& dialog) { dialog.reject(); });
     m_page->printResults();
     QVERIFY(!QFile::exists(pdf));
+}
+
+// A deletion rewrites the log in place: the report must not show, or export, empty rows.
+void ReportsViewTest::aRewrittenLogIsReadAgainBeforeItIsUsed() {
+    display(ReportGrouping::Host);
+    clickRow(0);
+    const QWidget& note = *m_page->findChild<QLabel*>("reportNote");
+    QVERIFY(!note.isVisible());
+    QString lines = kLines;
+    const auto rewrite = [&](const char* line) {
+        lines.remove(QLatin1String(line));
+        writeFile(*m_dir / "events.log", lines.toStdString());
+    };
+
+    // Opening a group: first the report is read again, the open groups stay open.
+    rewrite("1700000000,User.Notice,web,w1\n");
+    rewrite("1700000001,Kern.Error,db,d1\n");
+    clickRow(4);
+    QTRY_COMPARE(rows(), (QStringList{"web", "  w2, with commas", "  w3", "mail", "db", "  d2"}));
+    QVERIFY(note.isVisible());
+    QCOMPARE(selectedRow(), 4);
+
+    // Exporting.
+    rewrite("1700000005,User.Notice,web,w3\n");
+    rewrite("1700000004,Local7.Debug,db,d2\n");
+    const QString path = QString::fromStdString((*m_dir / "report.csv").string());
+    test::whenModal<QFileDialog>([&](QFileDialog& dialog) {
+        QCOMPARE(dialog.windowTitle(),
+                 "Please select export file name with 'txt' or 'csv' extensions:");
+        test::chooseFile(dialog, path);
+    });
+    m_page->exportResults();
+    QTRY_VERIFY(QFile::exists(path));
+    QCOMPARE(QString::fromStdString(test::readFile(path.toStdString())),
+             "Host,Date,Priority,Message\nweb,,,\n,2023-11-14 22:13:22,User.Notice,w2, with "
+             "commas\nmail,,,\n");
 }
 
 QTEST_MAIN(ReportsViewTest)

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -61,6 +62,7 @@ private slots:
     void removeEventMatchesExactly();
     void removeEventUsesTheCurrentFormat();
     void doubleClickOpensTheEventSheet();
+    void userDragsAColumnIntoAnotherPlace();
 
 private:
     QTemporaryDir m_dir;
@@ -260,6 +262,25 @@ void ScanViewTest::doubleClickOpensTheEventSheet() {
     QCOMPARE(sheet->windowTitle(), "Velmora Event");
     QCOMPARE(sheet->windowModality(), Qt::WindowModal);
     QCOMPARE(static_cast<quint32>(sheet->eventId()), idAt(model(), 1));
+}
+
+// With the mouse, as a user does: the Message column dragged before the Date column.
+void ScanViewTest::userDragsAColumnIntoAnotherPlace() {
+    m_page->show();
+    QHeaderView& header = *m_page->tableView().horizontalHeader();
+    const auto at = [&](int column, int fraction) {
+        return QPoint(header.sectionViewportPosition(column) +
+                          header.sectionSize(column) / fraction,
+                      header.height() / 2);
+    };
+    const QPoint from = at(EventTableModel::MessageColumn, 2);
+    const QPoint to = at(EventTableModel::DateColumn, 4);
+    QTest::mousePress(header.viewport(), Qt::LeftButton, {}, from);
+    QTest::mouseMove(header.viewport(), (from + to) / 2);
+    QTest::mouseMove(header.viewport(), to);
+    QTest::mouseRelease(header.viewport(), Qt::LeftButton, {}, to);
+    QCOMPARE(header.visualIndex(EventTableModel::MessageColumn),
+             header.visualIndex(EventTableModel::DateColumn) - 1);
 }
 
 QTEST_MAIN(ScanViewTest)

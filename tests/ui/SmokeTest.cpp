@@ -20,7 +20,7 @@ QByteArray readText(const QString& path) {
 } // namespace
 
 // Starts the real program offscreen, lets it build its window and leave, and checks that it
-// ends cleanly and writes nothing into the data directory.
+// ends cleanly and writes nothing into the data directory, nor creates one that is missing.
 class SmokeTest : public QObject {
     Q_OBJECT
 
@@ -34,18 +34,22 @@ private slots:
 void SmokeTest::startsAndQuitsCleanly_data() {
     QTest::addColumn<QByteArray>("log");
     QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<bool>("missing");
 
-    QTest::newRow("empty data directory") << QByteArray() << QByteArray();
+    QTest::newRow("empty data directory") << QByteArray() << QByteArray() << false;
     QTest::newRow("events and a settings file that does not decode")
         << QByteArray("1700000000,Local7.Debug,10.0.0.1,hello\n\xff\xfe,,,\n")
-        << QByteArray("bplist00 junk");
+        << QByteArray("bplist00 junk") << false;
+    QTest::newRow("no data directory yet") << QByteArray() << QByteArray() << true;
 }
 
 void SmokeTest::startsAndQuitsCleanly() {
     QFETCH(QByteArray, log);
     QFETCH(QByteArray, settings);
+    QFETCH(bool, missing);
     QTemporaryDir data;
     QVERIFY(data.isValid());
+    const QString directory = missing ? data.filePath("velmora") : data.path();
     if (!log.isEmpty()) {
         writeText(data.filePath("events.log"), log);
     }
@@ -56,8 +60,7 @@ void SmokeTest::startsAndQuitsCleanly() {
 
     QProcess velmora;
     velmora.setProgram(QStringLiteral(VELMORA_EXECUTABLE));
-    velmora.setArguments(
-        {"-platform", "offscreen", "--data-dir", data.path(), "--quit-after-start"});
+    velmora.setArguments({"-platform", "offscreen", "--data-dir", directory, "--quit-after-start"});
     velmora.start();
     QVERIFY(velmora.waitForFinished(60'000));
     QCOMPARE(velmora.exitStatus(), QProcess::NormalExit);
@@ -83,9 +86,6 @@ void SmokeTest::commandLineAnswersWithoutADisplay_data() {
         << QStringList{"--colour"} << 2 << QByteArray() << QByteArray("Unknown option 'colour'");
     QTest::newRow("stray argument")
         << QStringList{"somewhere"} << 2 << QByteArray() << QByteArray("unexpected argument");
-    QTest::newRow("missing data directory")
-        << QStringList{"--data-dir", "/nonexistent/velmora"} << 1 << QByteArray()
-        << QByteArray("the data directory /nonexistent/velmora does not exist");
     QTest::newRow("data directory that is a file")
         << QStringList{"--data-dir", "/etc/hostname"} << 1 << QByteArray()
         << QByteArray("is not a directory");

@@ -278,6 +278,9 @@ void ToolsViewActionsTest::linkOpensItsEditorWhileTheBoxIsOff() {
     QDialog* sheet = openSheet(*editor, qPrintable(sheetClass));
     QVERIFY(sheet != nullptr);
     QVERIFY(!checked(editor, qPrintable(box)));
+    // At the size it was designed at, which the user cannot change.
+    QCOMPARE(sheet->minimumSize(), sheet->maximumSize());
+    QCOMPARE(sheet->size(), sheet->maximumSize());
     click(sheet, "cancelButton");
     QVERIFY(!sheet->isVisible());
     QVERIFY(!checked(editor, qPrintable(box)));

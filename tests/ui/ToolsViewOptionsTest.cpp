@@ -372,6 +372,8 @@ void ToolsViewOptionsTest::saveHandsTheSettingsToTheLiveState() {
 void ToolsViewOptionsTest::removalRuleOffAndOn() {
     storeSettings(Dictionary{{"removalError", 45},
                              {"removalErrorUnits", 3},
+                             {"removalNotice", 3},
+                             {"removalNoticeUnits", 2},
                              {"removalDebug", 2},
                              {"removalDebugUnits", 1}});
     m_page->show();
@@ -407,11 +409,16 @@ void ToolsViewOptionsTest::removalRuleOffAndOn() {
     QCOMPARE(field.text(), "16");
     choose(units, "Hours");
     find<QCheckBox>("removalDebug").click();
+    // Nothing typed is refused; a text that is no number saves as 0.
+    retype(find<QLineEdit>("removalNoticeTime"), "a week");
+    QCOMPARE(find<QLineEdit>("removalNoticeTime").text(), "a week");
     save();
 
     const Dictionary settings = saved();
     QCOMPARE(settings.integer("removalError"), 16);
     QCOMPARE(settings.integer("removalErrorUnits"), 1);
+    QCOMPARE(settings.integer("removalNotice"), 0);
+    QCOMPARE(settings.integer("removalNoticeUnits"), 2);
     QCOMPARE(settings.integer("removalDebug"), 0);
     QCOMPARE(settings.integer("removalDebugUnits"), -1);
 
@@ -532,10 +539,12 @@ void ToolsViewOptionsTest::soundChooserFillsThePath() {
     QVERIFY(!saveEnabled());
 
     QStringList filters;
+    QString shownFilter;
     QString title;
     QFileDialog::AcceptMode mode = QFileDialog::AcceptSave;
     test::whenModal<QFileDialog>([&](QFileDialog& dialog) {
         filters = dialog.nameFilters();
+        shownFilter = dialog.selectedNameFilter();
         title = dialog.windowTitle();
         mode = dialog.acceptMode();
         test::chooseFile(dialog, QString::fromStdString(chosen.string()));
@@ -543,11 +552,16 @@ void ToolsViewOptionsTest::soundChooserFillsThePath() {
     find<QPushButton>("popupSoundBrowse").click();
     QCOMPARE(title, "Please select sound file name with 'aif' extension:");
     QCOMPARE(mode, QFileDialog::AcceptOpen);
-    QCOMPARE(filters.size(), 4);
-    QVERIFY(filters[0].contains("*.aiff"));
-    QVERIFY(filters[1].contains("*.wav"));
-    QVERIFY(filters[2].contains("*.ogg") && filters[2].contains("*.oga"));
-    QVERIFY(filters[3].contains("*.flac"));
+    // The filter shown first takes every kind of sound the console plays, one filter a kind
+    // follows.
+    QCOMPARE(filters.size(), 5);
+    QCOMPARE(shownFilter, filters[0]);
+    const auto patterns = [](const QString& filter) {
+        return filter.section(QLatin1Char('('), 1).chopped(1).split(QLatin1Char(' '));
+    };
+    QCOMPARE(patterns(filters[0]),
+             (QStringList{"*.aiff", "*.aif", "*.wav", "*.ogg", "*.oga", "*.flac"}));
+    QCOMPARE(patterns(filters[3]), (QStringList{"*.ogg", "*.oga"}));
     QCOMPARE(find<QLineEdit>("popupSoundFile").text(), QString::fromStdString(chosen.string()));
     save();
     QCOMPARE(saved().string("popupSound"), chosen.string());
@@ -613,10 +627,11 @@ void ToolsViewOptionsTest::filterEditorAddsANewFilter() {
 }
 
 void ToolsViewOptionsTest::filterEditorEditsInPlace() {
-    // A stored text that is no item is shown, and kept, as it was written.
-    storeSettings(Dictionary{
-        {"includeFiltersArray",
-         Array{filter("A"), filter("B", "10.0.0.0", "8", "kern", "Error"), filter("C")}}});
+    // A stored text that is no item is shown, and kept, as it was written; a mask another
+    // program stored as a number shows as that number.
+    Dictionary b = filter("B", "10.0.0.0", "", "kern", "Error");
+    b.set("Mask", 8);
+    storeSettings(Dictionary{{"includeFiltersArray", Array{filter("A"), b, filter("C")}}});
     m_page->show();
     QVERIFY(!find<QPushButton>("includeFiltersEdit").isEnabled());
     find<QTableView>("includeFiltersTable").selectRow(1);

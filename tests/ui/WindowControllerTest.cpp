@@ -4,12 +4,14 @@
 
 #include <QAbstractButton>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QStackedWidget>
 #include <QStandardPaths>
@@ -21,6 +23,7 @@
 
 #include "about/AboutView.h"
 #include "app/AppDelegate.h"
+#include "app/ConsoleService.h"
 #include "app/Page.h"
 #include "app/ViewBar.h"
 #include "core/archive/Value.h"
@@ -84,7 +87,8 @@ private slots:
     void onlyTheToolsLinksAndScanActionsShowTheHand();
     void helpMenuOffersHelpThenAbout();
     void helpOpensTheBundledGuide();
-    void applicationMenuBringsTheClosedWindowBack();
+    void applicationMenuLeavesTheSheetInFront();
+    void oneConsoleNamePerDataDirectory();
     void newEventIsRawWhileScanIsHiddenAndDecoratedWhileShown();
     void newEventOnScanClearsTheSelection();
     void removeNotificationRemovesTheNewerTwin();
@@ -103,8 +107,6 @@ private:
 
 void WindowControllerTest::initTestCase() {
     QStandardPaths::setTestModeEnabled(true);
-    // Tests close the window and bring it back; the test runner, not the last window, ends it.
-    QGuiApplication::setQuitOnLastWindowClosed(false);
     QDesktopServices::setUrlHandler("file", &m_urls, "open");
 }
 
@@ -263,7 +265,9 @@ void WindowControllerTest::helpOpensTheBundledGuide() {
     }
 }
 
-void WindowControllerTest::applicationMenuBringsTheClosedWindowBack() {
+// What closing the window does is the real program's, tested end to end; here, what the
+// commands do with a sheet up.
+void WindowControllerTest::applicationMenuLeavesTheSheetInFront() {
     openWindow();
     auto* menu = m_window->menuBar()->findChild<QMenu*>("applicationMenu");
     QVERIFY(menu != nullptr);
@@ -271,16 +275,32 @@ void WindowControllerTest::applicationMenuBringsTheClosedWindowBack() {
     QCOMPARE(actionTexts(*menu), (QStringList{"Home", "Scan", "Reports", "Tools", "About Velmora",
                                               "---", "Quit Velmora"}));
 
-    m_window->close();
-    QVERIFY(!m_window->isVisible());
-    m_window->findChild<QAction*>("menuReports")->trigger();
-    QVERIFY(m_window->isVisible());
-    QCOMPARE(m_window->currentPage(), Page::Reports);
-
-    m_window->close();
     m_window->findChild<QAction*>("menuAbout")->trigger();
-    QVERIFY(m_window->isVisible());
-    QVERIFY(m_window->findChild<AboutView*>() != nullptr);
+    auto* about = m_window->findChild<AboutView*>();
+    QVERIFY(about != nullptr && about->isVisible());
+    m_window->findChild<QAction*>("menuReports")->trigger();
+    m_window->findChild<QAction*>("menuAbout")->trigger();
+    QCOMPARE(m_window->currentPage(), Page::Home);
+    QCOMPARE(m_window->findChildren<AboutView*>().size(), 1);
+}
+
+// However the directory is written, and whether it exists yet or not.
+void WindowControllerTest::oneConsoleNamePerDataDirectory() {
+    const auto name = [&](const char* directory) {
+        return ConsoleService::busName(m_data->filePath(directory).toStdString());
+    };
+    QVERIFY(QDir(m_data->path()).mkdir("real"));
+    QVERIFY(QFile::link(m_data->filePath("real"), m_data->filePath("alias")));
+    const QString later = name("later");
+    QVERIFY(QDir(m_data->path()).mkdir("later"));
+    QCOMPARE(name("later"), later);
+    QVERIFY(later != name("real"));
+    for (const char* same : {"real/", "./real", "alias", "alias/../real/."}) {
+        QCOMPARE(name(same), name("real"));
+    }
+    QVERIFY(QRegularExpression("^com\\.kestrix\\.Velmora\\.Console\\.d[0-9a-f]{16}$")
+                .match(name("real"))
+                .hasMatch());
 }
 
 void WindowControllerTest::newEventIsRawWhileScanIsHiddenAndDecoratedWhileShown() {

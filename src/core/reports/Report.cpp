@@ -87,13 +87,11 @@ std::optional<LogFields> Report::lineFields(DetailId detail) const {
         m_fileStart.begin() - 1);
     const std::optional<std::string_view> piece =
         m_files.read(file, d.place >> kPlaceLengthBits, d.place & kPlaceLengthMask);
-    if (!piece) {
-        return std::nullopt;
-    }
-    std::optional<LogFields> fields = parseLogPiece(*piece);
+    std::optional<LogFields> fields = piece ? parseLogPiece(*piece) : std::nullopt;
     if (!fields ||
         ReportLines::check(*piece, *fields, m_columns[0] == ReportField::Message) != d.check) {
-        return std::nullopt; // the file changed under this line since the build
+        m_changeSeen = true; // the file changed under this line since the build
+        return std::nullopt;
     }
     return fields;
 }
@@ -123,10 +121,18 @@ void Report::readLine(DetailId detail, ShownLine& line) const {
     // texts are copied, as reading the key may read the file again).
     if (m_columns[0] == ReportField::Message &&
         texts[slot(ReportField::Message)] != groupKey(detailGroup(detail))) {
+        m_changeSeen = true;
         for (std::string& text : texts) {
             text.clear();
         }
     }
+}
+
+bool Report::changedOnDisk() const {
+    for (std::uint32_t file = 0; file < m_files.size() && !m_changeSeen; ++file) {
+        m_changeSeen = m_files.changed(file);
+    }
+    return m_changeSeen;
 }
 
 void Report::indexGroups() {

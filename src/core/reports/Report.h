@@ -69,6 +69,15 @@ public:
     // The text of a detail row in column 1, 2 or 3; valid until the next call.
     std::string_view detailText(DetailId detail, int column) const;
 
+    // Whether the report no longer matches its files: a file it read was replaced, removed,
+    // cut shorter or written over where its last line lay, or a line read since the build was
+    // found changed (its row shows empty texts). A file the server only appended to still
+    // holds every line of the report, and does not count.
+    bool changedOnDisk() const;
+    // Whether the report is known not to match its files: a line read since the build was
+    // found changed, or changedOnDisk() found a file changed.
+    bool changeSeen() const { return m_changeSeen; }
+
     // Bytes held, for the memory figures.
     std::size_t memoryBytes() const;
 
@@ -103,6 +112,7 @@ private:
     mutable ReportFiles m_files;
     mutable DateTextWriter m_dates;
     mutable std::vector<ShownLine> m_shown;
+    mutable bool m_changeSeen = false;
 
     static std::uint32_t index(GroupId group) { return static_cast<std::uint32_t>(group); }
     static std::uint32_t index(DetailId detail) { return static_cast<std::uint32_t>(detail); }

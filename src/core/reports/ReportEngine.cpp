@@ -105,6 +105,10 @@ std::unique_ptr<Report> ReportEngine::build(const std::atomic<bool>* cancelled,
         if (report->m_details.size() == firstDetail) {
             report->m_files.closeLast(); // nothing to read again
             report->m_fileStart.pop_back();
+        } else {
+            const std::uint64_t last = report->m_details.back().place;
+            report->m_files.stamp(*file, last >> Report::kPlaceLengthBits,
+                                  last & Report::kPlaceLengthMask);
         }
     }
     report->indexGroups();

@@ -46,6 +46,10 @@ Status exportReportTable(const ReportTable& table, const std::array<std::string,
     if (Status written = file->write(buffer); !written) {
         return written;
     }
+    // A line rewritten while it was read was written empty: the file is not kept.
+    if (table.report() != nullptr && table.report()->changeSeen()) {
+        return Error{ErrorCode::Changed, "the log files changed while the report was written"};
+    }
     return file->commit();
 }
 

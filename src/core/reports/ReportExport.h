@@ -13,7 +13,9 @@ namespace velmora {
 // line ended by "\n". A group row is its key and three empty fields, a detail row an empty
 // field and its three texts. Texts are written as they stand: no quoting, so a comma in a
 // message adds fields to a "csv" line. The file is written as UTF-8 and replaced atomically;
-// the text is streamed, so a table of millions of rows never sits in memory whole.
+// the text is streamed, so a table of millions of rows never sits in memory whole. When a line
+// is found rewritten while it is read, the file is left as it was and the error is
+// ErrorCode::Changed.
 Status exportReportTable(const ReportTable& table, const std::array<std::string, 4>& titles,
                          char separator, const std::string& path);
 

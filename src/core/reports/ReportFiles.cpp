@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -51,8 +52,36 @@ std::optional<std::uint32_t> ReportFiles::open(const std::string& path) {
         ::close(fd);
         return std::nullopt;
     }
-    m_files.push_back({fd, path});
+    m_files.push_back({fd, path, {}});
     return static_cast<std::uint32_t>(m_files.size() - 1);
+}
+
+void ReportFiles::stamp(std::uint32_t file, std::uint64_t lastOffset, std::size_t lastLength) {
+    Stamp& stamp = m_files[file].stamp;
+    struct stat st {};
+    if (::fstat(m_files[file].fd, &st) == 0) {
+        stamp = {st.st_dev, st.st_ino, st.st_size, st.st_mtim, lastOffset, lastLength, 0};
+    }
+    const std::optional<std::string_view> last = read(file, lastOffset, lastLength);
+    stamp.lastHash = last ? std::hash<std::string_view>()(*last) : 0;
+}
+
+bool ReportFiles::changed(std::uint32_t file) {
+    const Stamp& stamp = m_files[file].stamp;
+    struct stat st {};
+    if (::stat(m_files[file].path.c_str(), &st) != 0 || st.st_dev != stamp.device ||
+        st.st_ino != stamp.inode || st.st_size < stamp.size) {
+        return true;
+    }
+    if (st.st_size == stamp.size && st.st_mtim.tv_sec == stamp.modified.tv_sec &&
+        st.st_mtim.tv_nsec == stamp.modified.tv_nsec) {
+        return false;
+    }
+    // Appended to, or rewritten in place: the last line, read from the file itself and not
+    // through the window, tells which.
+    m_windowFile = UINT32_MAX;
+    const std::optional<std::string_view> last = read(file, stamp.lastOffset, stamp.lastLength);
+    return !last || std::hash<std::string_view>()(*last) != stamp.lastHash;
 }
 
 void ReportFiles::closeLast() {

@@ -5,14 +5,32 @@
 
 namespace velmora {
 
-ReportTable::ReportTable(std::shared_ptr<const Report> report)
+ReportTable::ReportTable(std::shared_ptr<const Report> report, std::span<const GroupId> open)
     : m_report(std::move(report)) {
     const std::size_t groups = m_report ? m_report->groupCount() : 0;
-    m_rows.resize(groups);
-    for (std::size_t g = 0; g < groups; ++g) {
-        m_rows[g] = static_cast<std::uint32_t>(g) | kGroupBit;
-    }
     m_open.assign(groups, false);
+    std::size_t rows = groups;
+    for (const GroupId group : open) {
+        m_open[static_cast<std::size_t>(group)] = true;
+        rows += m_report->groupDetails(group).size();
+    }
+    m_rows.reserve(rows);
+    for (std::size_t g = 0; g < groups; ++g) {
+        m_rows.push_back(static_cast<std::uint32_t>(g) | kGroupBit);
+        if (m_open[g]) {
+            for (const DetailId detail :
+                 m_report->groupDetails(GroupId{static_cast<std::uint32_t>(g)})) {
+                m_rows.push_back(static_cast<std::uint32_t>(detail));
+            }
+        }
+    }
+}
+
+std::optional<std::size_t> ReportTable::rowOf(GroupId group) const {
+    const auto found =
+        std::find(m_rows.begin(), m_rows.end(), static_cast<std::uint32_t>(group) | kGroupBit);
+    return found == m_rows.end() ? std::nullopt
+                                 : std::optional<std::size_t>(found - m_rows.begin());
 }
 
 std::optional<GroupId> ReportTable::groupAt(std::size_t row) const {

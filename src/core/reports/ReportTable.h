@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,13 +31,15 @@ public:
 
     // An empty table, as the page shows before a report and after each appearance.
     ReportTable() = default;
-    // Every group closed.
-    explicit ReportTable(std::shared_ptr<const Report> report);
+    // Every group closed but those given, which are open.
+    explicit ReportTable(std::shared_ptr<const Report> report, std::span<const GroupId> open = {});
 
     const Report* report() const { return m_report.get(); }
     std::size_t size() const { return m_rows.size(); }
 
     std::optional<GroupId> groupAt(std::size_t row) const;
+    // The row of a group (a walk over the rows).
+    std::optional<std::size_t> rowOf(GroupId group) const;
     bool isOpen(GroupId group) const { return m_open[static_cast<std::size_t>(group)]; }
 
     // The text of a cell; valid until the next call.

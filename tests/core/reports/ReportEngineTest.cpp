@@ -1,9 +1,11 @@
 #include "core/reports/ReportEngine.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -148,41 +150,72 @@ TEST_F(ReportEngineTest, DatesAreWrittenInTheDisplayFormatAndLocalTime) {
     EXPECT_EQ(byHost->detailText(byHost->groupDetails(GroupId{0})[2], 1), "1970-01-01 00:00:00");
 }
 
-TEST_F(ReportEngineTest, LinesAreReadAsTheirFileHeldThemAtTheBuild) {
-    const std::string before = "1700000000,User.Notice,h,one\n1700000001,User.Notice,h,two\n";
-    writeFile(dir / "a.log", before);
-    const std::unique_ptr<Report> report = buildReport(dir.str(), ReportGrouping::Host);
-    const auto messages = [&] {
-        std::vector<std::string> texts;
-        for (const DetailId detail : report->groupDetails(GroupId{0})) {
-            texts.emplace_back(report->detailText(detail, 3));
-        }
-        return texts;
+// What the server, a deletion or an administrator may do to a file after a report read it: what
+// the report's rows then show, and whether it must be read again.
+TEST_F(ReportEngineTest, AFileChangedAfterTheBuild) {
+    const std::string first = "1700000000,User.Notice,h,first line\n";
+    const std::string second = "1700000001,User.Notice,h,second line\n";
+    const std::string third = "1700000002,User.Notice,h,third\n";
+    // Two files; the one that changes is read last.
+    writeFile(dir / "a.log", "");
+    writeFile(dir / "b.log", "");
+    const std::vector<std::string> listed = logNamesInListingOrder(dir.str());
+    const std::filesystem::path log = dir / (listed[1] + ".log");
+    writeFile(dir / (listed[0] + ".log"), "1700000000,User.Notice,x,elsewhere\n");
+    const auto later = [&] {
+        std::filesystem::last_write_time(log, std::filesystem::file_time_type::clock::now() +
+                                                  std::chrono::seconds(5));
     };
-    const std::vector<std::string> built = {"one", "two"};
-
-    // The server appends: earlier lines stay where they were.
-    std::ofstream(dir / "a.log", std::ios::app) << "1700000002,User.Notice,h,three\n";
-    EXPECT_EQ(messages(), built);
-
-    // The file is replaced: the report still reads the one it was built from.
-    writeFile(dir / "new.tmp", "1700000000,User.Notice,h,other\n");
-    std::filesystem::rename(dir / "new.tmp", dir / "a.log");
-    EXPECT_EQ(messages(), built);
-}
-
-TEST_F(ReportEngineTest, ALineRewrittenInPlaceShowsNothingRatherThanAnotherLine) {
-    writeFile(dir / "a.log", "1700000000,User.Notice,h,first line\n"
-                             "1700000001,User.Notice,h,second line\n");
-    const std::unique_ptr<Report> report = buildReport(dir.str(), ReportGrouping::Host);
-    // Rewritten in place without its first line, as a deletion does.
-    std::filesystem::resize_file(dir / "a.log", 0);
-    std::ofstream(dir / "a.log", std::ios::in | std::ios::out)
-        << "1700000001,User.Notice,h,second line\n";
-
-    const std::vector<std::string> nothing = {"", "", ""};
-    const std::vector<GroupTexts> expected = {{"h", {nothing, nothing}}};
-    EXPECT_EQ(groupTexts(*report), expected);
+    const auto inPlace = [&](const std::string& content) { // as a deletion rewrites a file
+        writeFile(log, content);
+        later();
+    };
+    const std::vector<std::string> built = {"first line", "second line"};
+    const std::vector<std::string> blank = {"", ""};
+    struct Case {
+        const char* what;
+        std::function<void()> change;
+        bool changed;
+        std::vector<std::string> shown; // the messages of the rows; none: not looked at
+        ReportGrouping grouping = ReportGrouping::Host;
+    };
+    const Case cases[] = {
+        {"untouched", [] {}, false, built},
+        {"appended to", [&] { std::ofstream(log, std::ios::app) << third; }, false, built},
+        {"touched", later, false, built},
+        // The report reads on through its descriptor the file it was built from; the new one
+        // is as long, so only its identity tells.
+        {"replaced",
+         [&] {
+             writeFile(dir / "new.tmp", first + second + third);
+             std::filesystem::rename(dir / "new.tmp", log);
+         },
+         true, built},
+        {"removed", [&] { std::filesystem::remove(log); }, true, built},
+        // A row shows nothing rather than another line.
+        {"without its first line", [&] { inPlace(second); }, true, blank},
+        {"without its first line, then appended past its old size",
+         [&] { inPlace(second + "1700000003,User.Notice,h,a longer fourth line\n"); }, true, blank},
+        {"its last message rewritten, by message",
+         [&] { inPlace(first + "1700000001,User.Notice,h,second lime\n"); },
+         true,
+         {},
+         ReportGrouping::Message},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeFile(log, first + second);
+        const std::unique_ptr<Report> report = buildReport(dir.str(), c.grouping);
+        c.change();
+        if (!c.shown.empty()) {
+            std::vector<std::string> shown;
+            for (const DetailId detail : report->groupDetails(*report->findGroup("h"))) {
+                shown.emplace_back(report->detailText(detail, 3));
+            }
+            EXPECT_EQ(shown, c.shown);
+        }
+        EXPECT_EQ(report->changedOnDisk(), c.changed);
+    }
 }
 
 TEST_F(ReportEngineTest, ACancelledBuildGivesNoReportAndProgressReachesTheEnd) {

@@ -55,6 +55,15 @@ TEST_F(ReportExportTest, AFailedWriteLeavesTheOldFileAndNoLeftovers) {
     EXPECT_FALSE(exportReportTable(table, kTitles, '\t', (dir / "taken.txt").string()));
     EXPECT_EQ(readFile(target), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 3);
+
+    // The log rewritten under an open group: its rows would be written empty.
+    ReportTable open = hostTable();
+    open.apply(open.changeOnClick(0));
+    writeFile(dir / "a.log", "1700000001,Kern.Error,h2,three\n");
+    const Status written = exportReportTable(open, kTitles, '\t', target.string());
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().code, ErrorCode::Changed);
+    EXPECT_EQ(readFile(target), "old");
 }
 
 } // namespace
