@@ -1,5 +1,6 @@
 #include "scan/EventTableModel.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -239,6 +240,15 @@ void EventTableModel::removeEventRows(std::span<const int> rows) {
     beginResetModel();
     m_store.removeRows(indexes);
     endResetModel();
+}
+
+void EventTableModel::removeEvents(std::span<const EventId> events) {
+    flushInserts();
+    const std::vector<std::size_t> found = m_store.rowsOf(events);
+    std::vector<int> rows(found.size());
+    std::transform(found.begin(), found.end(), rows.begin(),
+                   [](std::size_t row) { return static_cast<int>(row); });
+    removeEventRows(rows);
 }
 
 void EventTableModel::rebuild(const std::function<void(EventStore&)>& change) {

@@ -72,6 +72,8 @@ public:
     // one by one; many runs over a long list are cut out in one pass and the views start over,
     // which keeps their column order and scroll position.
     void removeEventRows(std::span<const int> rows);
+    // Removes the rows of those of `events` (ascending) that are still in the list.
+    void removeEvents(std::span<const EventId> events);
     // Lets `change` fill the store from scratch (the load at start); the views start over.
     void rebuild(const std::function<void(EventStore&)>& change);
 

@@ -36,6 +36,11 @@ struct RuntimeSettings;
 // Delete and Export work on the selected rows, or on all rows when the user asks for all events
 // in the alert that says none is selected. Either can take long over millions of events: past
 // half a second a progress sheet covers the window while it goes on (see PageTask).
+//
+// Both read which events they cover at their first step, before any alert or file chooser
+// opens: while one is open the server's events keep arriving, each one dropping the selection
+// and pushing the rows down, and the server may remove events. The events chosen then are the
+// ones deleted or exported, less those that have left the list in the meantime.
 class ScanView : public QWidget {
     Q_OBJECT
 
@@ -98,13 +103,16 @@ private:
     void setUpTable();
     void setUpLinks();
     void setUpButtons();
-    // Model rows, ascending: those selected, or every row.
-    std::vector<int> selectedRows() const;
-    // Whether an operation covers every row: false with a selection; with none, true when the
-    // administrator takes the alert's offer of all events (button `allButton`), else nullopt.
-    std::optional<bool> selectionOrAll(const QString& allButton);
-    std::vector<int> allRows() const;
-    std::vector<EventId> eventsAt(const std::vector<int>& rows) const;
+    struct Choice {
+        std::vector<EventId> events; // ascending
+        bool all;                    // the administrator asked for all events
+    };
+
+    // The events of the selected rows, ascending.
+    std::vector<EventId> selectedEvents() const;
+    // The selected events; with none selected, every event in the list when the administrator
+    // takes the alert's offer of all events (check box `allButton`), else nullopt.
+    std::optional<Choice> chooseEvents(const QString& allButton);
     void startTask(PageTask* task, void (ScanView::*finished)());
 };
 

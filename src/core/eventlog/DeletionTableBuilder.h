@@ -23,6 +23,8 @@ public:
     explicit DeletionTableBuilder(std::string_view displayFormat);
 
     void add(const EventStore& store, EventId event);
+    // Takes back what add() entered for the event.
+    void withdraw(const EventStore& store, EventId event);
     void add(const std::optional<std::string>& displayedDate,
              std::optional<std::string_view> priority, std::optional<std::string_view> host,
              std::optional<std::string_view> message);
@@ -35,6 +37,11 @@ private:
     // Events of the same second stand together in the list: their date is read back once.
     std::optional<std::string> m_lastDate;
     std::optional<double> m_lastSeconds;
+
+    std::optional<std::string> lineOf(const std::optional<std::string>& displayedDate,
+                                      std::optional<std::string_view> priority,
+                                      std::optional<std::string_view> host,
+                                      std::optional<std::string_view> message);
 };
 
 } // namespace velmora

@@ -178,6 +178,44 @@ void EventStore::appear(std::string_view oldDateFormat, std::string_view newDate
     m_dates.appear(oldDateFormat, newDateFormat, levels);
 }
 
+bool EventStore::inList(EventId id) const {
+    const auto key = static_cast<std::uint32_t>(id);
+    return key < m_events.size() && endEpoch(key) == kInList;
+}
+
+std::vector<EventId> EventStore::eventsInList(EventId before) const {
+    const std::uint32_t* const end =
+        std::lower_bound(m_rows.begin(), m_rows.end(), static_cast<std::uint32_t>(before));
+    std::vector<EventId> events(static_cast<std::size_t>(end - m_rows.begin()));
+    std::transform(m_rows.begin(), end, events.begin(),
+                   [](std::uint32_t id) { return EventId{id}; });
+    return events;
+}
+
+std::vector<std::size_t> EventStore::rowsOf(std::span<const EventId> ids) const {
+    std::vector<std::size_t> rows;
+    // m_rows ascends: each id is looked for from where the last one was found, in steps that
+    // double, so that a few ids cost a few searches and all of them one pass.
+    const std::uint32_t* from = m_rows.begin();
+    const std::uint32_t* const end = m_rows.end();
+    for (const EventId event : ids) {
+        const auto id = static_cast<std::uint32_t>(event);
+        std::size_t step = 1;
+        const std::uint32_t* bound = from;
+        while (bound != end && *bound < id) {
+            from = bound + 1;
+            bound = static_cast<std::size_t>(end - from) > step ? from + step : end;
+            step *= 2;
+        }
+        from = std::lower_bound(from, bound, id);
+        if (from != end && *from == id) {
+            rows.push_back(m_rows.size() - 1 - static_cast<std::size_t>(from - m_rows.begin()));
+        }
+    }
+    std::reverse(rows.begin(), rows.end());
+    return rows;
+}
+
 void EventStore::removeRows(std::span<const std::size_t> rows) {
     if (m_endEpochs.empty() && !rows.empty()) {
         m_endEpochs.assign(m_events.size(), kInList);

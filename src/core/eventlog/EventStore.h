@@ -67,6 +67,16 @@ public:
     std::size_t size() const { return m_rows.size(); }
     bool empty() const { return m_rows.empty(); }
     EventId at(std::size_t row) const { return EventId{m_rows[m_rows.size() - 1 - row]}; }
+    // Whether the event is in the list: entered and not removed since.
+    bool inList(EventId id) const;
+    // The id the next event to enter will get.
+    EventId nextId() const { return EventId{static_cast<std::uint32_t>(m_events.size())}; }
+    // The events in the list that entered before `before`, oldest first, in ascending order of
+    // their ids: rows keep the order in which their events entered, so a row's id grows from the
+    // bottom to the top.
+    std::vector<EventId> eventsInList(EventId before) const;
+    // The rows (from the top, ascending) of those of `ids` (ascending) that are in the list.
+    std::vector<std::size_t> rowsOf(std::span<const EventId> ids) const;
 
     std::optional<std::string_view> rawDate(EventId id) const; // as received
     std::optional<std::string_view> priority(EventId id) const;

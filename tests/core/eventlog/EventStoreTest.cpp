@@ -84,6 +84,16 @@ TEST(EventStore, RemovedRowsLeaveTheListButKeepTheirTexts) {
     EXPECT_EQ(store.counters()[Severity::Debug], 6); // removal does not recount
     store.removeRows(std::vector<std::size_t>{});
     EXPECT_EQ(store.size(), 3u);
+
+    // Found by event: rows from the top, of the events still in the list.
+    EXPECT_FALSE(store.inList(ids[5]));
+    EXPECT_TRUE(store.inList(ids[4]));
+    EXPECT_EQ(store.rowsOf(ids), (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_EQ(store.rowsOf(std::vector<EventId>{ids[1], ids[3], ids[4]}),
+              (std::vector<std::size_t>{0, 2}));
+    const EventId later = store.insert(fields("6", "Local7.Debug"));
+    EXPECT_EQ(store.eventsInList(later), (std::vector<EventId>{ids[1], ids[2], ids[4]}));
+    EXPECT_EQ(store.eventsInList(store.nextId()).back(), later);
 }
 
 TEST(EventStore, FindFirstMatchingComparesTheShownDateAndAllFields) {
