@@ -29,7 +29,8 @@ EventExport::EventExport(QWidget* page, const EventTableModel& model, std::vecto
     } else {
         m_outcome = writer.error();
     }
-    m_text.appendLine(titles, m_pending);
+    const std::vector<std::string_view> header(titles.begin(), titles.end());
+    m_text.appendLine(header, m_pending);
 }
 
 PageTask::Step EventExport::step(Clock::time_point deadline) {
@@ -42,7 +43,7 @@ PageTask::Step EventExport::step(Clock::time_point deadline) {
         const EventId event = m_events[--m_left];
         if (store.inList(event)) {
             for (std::size_t i = 0; i < m_columns.size(); ++i) {
-                m_cells[i] = m_model.cellText(event, m_columns[i]);
+                m_cells[i] = m_model.cellText(event, m_columns[i], m_scratch);
             }
             m_text.appendLine(m_cells, m_pending);
         }

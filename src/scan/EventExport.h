@@ -46,7 +46,8 @@ private:
     std::vector<int> m_columns;
     ExportText m_text;
     std::string m_pending; // text not yet written
-    std::vector<std::string> m_cells;
+    std::vector<std::string_view> m_cells;
+    DateHistory::RowState m_scratch;
     std::optional<AtomicFileWriter> m_writer;
     Status m_outcome;
 

@@ -103,10 +103,14 @@ std::optional<std::string_view> EventTableModel::cellView(EventId id, int column
     }
 }
 
-std::string EventTableModel::cellText(EventId id, int column) const {
-    std::optional<std::string> date;
-    const std::optional<std::string_view> text = cellView(id, column, date);
-    return text ? std::string(*text) : std::string();
+std::string_view EventTableModel::cellText(EventId id, int column,
+                                           DateHistory::RowState& scratch) const {
+    if (column == DateColumn) {
+        const std::optional<std::string>& date = m_store.date(id, scratch);
+        return date ? std::string_view(*date) : std::string_view();
+    }
+    std::optional<std::string> unused;
+    return cellView(id, column, unused).value_or(std::string_view());
 }
 
 QVariant EventTableModel::displayText(EventId id, int column) const {

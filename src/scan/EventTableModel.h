@@ -51,9 +51,10 @@ public:
     const EventStore& store() const { return m_store; }
     EventStore& store() { return m_store; }
     EventId eventAt(int row) const;
-    // The whole text of a cell, UTF-8, as an export writes it; the display role shows its
-    // beginning when it is very long.
-    std::string cellText(EventId id, int column) const;
+    // The whole text of a cell, UTF-8, as an export writes it (the display role shows the
+    // beginning of a very long one); the date worked out in `scratch`, as a pass over many rows
+    // does (EventStore::date). Valid until the next call.
+    std::string_view cellText(EventId id, int column, DateHistory::RowState& scratch) const;
 
     // A new event at the top, as received (the events page is not on screen).
     EventId insertRaw(const EventFields& fields, Dictionary extras);

@@ -6,7 +6,7 @@
 
 #include "core/eventlog/DeletionTable.h"
 #include "core/eventlog/EventStore.h"
-#include "core/presentation/DateFormat.h"
+#include "core/presentation/DateTextReader.h"
 
 namespace velmora {
 
@@ -32,7 +32,7 @@ public:
     DeletionTable& table() { return m_table; }
 
 private:
-    DateFormat m_format;
+    DateTextReader m_format;
     DeletionTable m_table;
     // Events of the same second stand together in the list: their date is read back once.
     std::optional<std::string> m_lastDate;

@@ -169,6 +169,16 @@ std::optional<std::string> EventStore::date(EventId id) const {
     return state(id).date;
 }
 
+const std::optional<std::string>& EventStore::date(EventId id,
+                                                   DateHistory::RowState& scratch) const {
+    const auto key = static_cast<std::uint32_t>(id);
+    const Severity severity = displaySeverity(id);
+    m_dates.resetState(scratch, rawDate(id), (m_events[key].flags & kDecorated) != 0,
+                       startEpoch(key), severity);
+    m_dates.advance(scratch, severity, endEpoch(key));
+    return scratch.date;
+}
+
 std::optional<Level> EventStore::image(EventId id) const {
     return state(id).image;
 }

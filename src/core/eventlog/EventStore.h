@@ -89,6 +89,10 @@ public:
     // The date as the events page last wrote it: the received text until the page first shows
     // the event, then display text; nullopt once a rewrite could not parse it.
     std::optional<std::string> date(EventId id) const;
+    // The same for passes over millions of rows (an export, a deletion, velmoractl): worked out
+    // afresh in `scratch`, whose text serves row after row, leaving the cache of rows on screen
+    // alone. Valid until scratch is used again.
+    const std::optional<std::string>& date(EventId id, DateHistory::RowState& scratch) const;
     // The severity image the page last gave the event; nullopt until it has shown it.
     std::optional<Level> image(EventId id) const;
 
