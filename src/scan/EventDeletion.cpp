@@ -22,7 +22,9 @@ EventDeletion::EventDeletion(QWidget* page, EventTableModel& model, std::vector<
     , m_store(model.store())
     , m_events(std::move(events))
     , m_builder(displayFormat)
-    , m_dataDirectory(std::move(dataDirectory)) {}
+    , m_dataDirectory(std::move(dataDirectory)) {
+    m_builder.reserve(m_events.size());
+}
 
 EventDeletion::~EventDeletion() {
     if (m_rewrite.valid()) {

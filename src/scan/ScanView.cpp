@@ -155,7 +155,12 @@ std::vector<EventId> ScanView::selectedEvents() const {
             events.push_back(m_model->eventAt(row));
         }
     }
-    std::sort(events.begin(), events.end());
+    // Rows from the top hold ever older events: one range gives them in descending order.
+    if (std::is_sorted(events.begin(), events.end(), std::greater<>())) {
+        std::reverse(events.begin(), events.end());
+    } else {
+        std::sort(events.begin(), events.end());
+    }
     events.erase(std::unique(events.begin(), events.end()), events.end());
     return events;
 }
