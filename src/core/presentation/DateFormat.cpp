@@ -366,6 +366,19 @@ double timestampFromText(std::string_view text) {
     if (!startsNumber) {
         return 0.0;
     }
+    // The server's whole seconds, read in one go: up to 15 digits and nothing of a number after
+    // them are an integer that a double holds exactly.
+    constexpr int kExactDigits = 15;
+    std::int64_t whole = 0;
+    const char* digit = p;
+    for (; digit != last && isAsciiDigit(*digit) && digit - p < kExactDigits; ++digit) {
+        whole = whole * 10 + (*digit - '0');
+    }
+    if (digit == last ||
+        (!isAsciiDigit(*digit) && *digit != '.' && *digit != 'e' && *digit != 'E')) {
+        const auto exact = static_cast<double>(whole);
+        return negative ? -exact : exact;
+    }
     double value = 0.0;
     const auto [end, ec] = std::from_chars(p, last, value, std::chars_format::general);
     if (ec == std::errc::result_out_of_range) {

@@ -29,24 +29,34 @@ Status exportReportTable(const ReportTable& table, const std::array<std::string,
     if (!file) {
         return file.error();
     }
+    if (Status written = writeReportTable(
+            table, titles, separator, [&](std::string_view block) { return file->write(block); });
+        !written) {
+        return written;
+    }
+    return file->commit();
+}
+
+Status writeReportTable(const ReportTable& table, const std::array<std::string, 4>& titles,
+                        char separator, const TextSink& write) {
     std::string buffer;
     buffer.reserve(kFlushBytes + 4096);
     appendLine(buffer, separator, [&](int column) -> const std::string& {
         return titles[static_cast<std::size_t>(column)];
     });
     for (std::size_t row = 0; row < table.size(); ++row) {
+        if (!table.prepared(row)) {
+            table.prepare(row);
+        }
         appendLine(buffer, separator, [&](int column) { return table.cellText(row, column); });
         if (buffer.size() >= kFlushBytes) {
-            if (Status written = file->write(buffer); !written) {
+            if (Status written = write(buffer); !written) {
                 return written;
             }
             buffer.clear();
         }
     }
-    if (Status written = file->write(buffer); !written) {
-        return written;
-    }
-    return file->commit();
+    return write(buffer);
 }
 
 } // namespace velmora

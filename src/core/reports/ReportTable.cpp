@@ -26,6 +26,11 @@ std::string_view ReportTable::cellText(std::size_t row, int column) const {
     if (row >= m_rows.size()) {
         return {};
     }
+    if (prepared(row)) {
+        const RowTexts& texts = m_batch.rows[row - m_batch.first];
+        const auto c = static_cast<std::size_t>(column);
+        return std::string_view(m_batch.texts).substr(texts.begin[c], texts.length[c]);
+    }
     const std::uint32_t value = m_rows[row];
     if (isGroupRow(value)) {
         return column == 0 ? m_report->groupKey(GroupId{value & ~kGroupBit}) : std::string_view();
@@ -58,10 +63,78 @@ ReportTable::Change ReportTable::changeOnClick(std::size_t row) const {
     return {Change::Kind::Remove, row + 1, count};
 }
 
+void ReportTable::openAll() {
+    m_batch = {};
+    m_rows.clear();
+    m_rows.reserve(m_report ? m_report->groupCount() + m_report->detailCount() : 0);
+    for (std::uint32_t g = 0; g < m_open.size(); ++g) {
+        m_rows.push_back(g | kGroupBit);
+        for (const DetailId detail : m_report->groupDetails(GroupId{g})) {
+            m_rows.push_back(static_cast<std::uint32_t>(detail));
+        }
+        m_open[g] = true;
+    }
+}
+
+void ReportTable::prepare(std::size_t first, std::size_t batchBytes) const {
+    // The lines to read: a detail row's own, and for a group row whose key is still to be read
+    // from a line, that line. `keyRow` tells which for each.
+    std::vector<DetailId> lines;
+    std::vector<bool> keyRow;
+    std::vector<std::size_t> rowOf;
+    m_batch.first = first;
+    m_batch.rows.clear();
+    m_batch.texts.clear();
+    std::size_t bytes = 0;
+    for (std::size_t row = first; row < m_rows.size() && (row == first || bytes < batchBytes);
+         ++row) {
+        m_batch.rows.emplace_back();
+        std::optional<DetailId> line;
+        if (const std::optional<GroupId> group = groupAt(row)) {
+            line = m_report->keyLine(*group);
+            if (!line) {
+                keepText(row, 0, m_report->groupKey(*group));
+            }
+        } else {
+            line = DetailId{m_rows[row]};
+        }
+        if (line) {
+            lines.push_back(*line);
+            keyRow.push_back(isGroupRow(m_rows[row]));
+            rowOf.push_back(row);
+            bytes += m_report->lineBytes(*line);
+        }
+    }
+    m_batch.texts.reserve(bytes + bytes / 4);
+    const std::array<ReportField, 4> fields = reportColumns(m_report->grouping());
+    Report::LineViews views;
+    Report::LineTexts scratch;
+    m_report->readLines(lines, [&](std::size_t i, const std::optional<LogFields>& read) {
+        if (keyRow[i]) {
+            keepText(rowOf[i], 0, Report::keyOfLine(read));
+            return;
+        }
+        m_report->detailViews(lines[i], read, views, scratch);
+        for (std::size_t column = 1; column < fields.size(); ++column) {
+            keepText(rowOf[i], static_cast<int>(column),
+                     views[static_cast<std::size_t>(fields[column])]);
+        }
+    });
+}
+
+void ReportTable::keepText(std::size_t row, int column, std::string_view text) const {
+    RowTexts& texts = m_batch.rows[row - m_batch.first];
+    texts.begin[static_cast<std::size_t>(column)] =
+        static_cast<std::uint32_t>(m_batch.texts.size());
+    texts.length[static_cast<std::size_t>(column)] = static_cast<std::uint32_t>(text.size());
+    m_batch.texts.append(text);
+}
+
 void ReportTable::apply(const Change& change) {
     if (change.kind == Change::Kind::None) {
         return;
     }
+    m_batch = {};
     const GroupId group = *groupAt(change.first - 1);
     const auto at = m_rows.begin() + static_cast<std::ptrdiff_t>(change.first);
     if (change.kind == Change::Kind::Insert) {

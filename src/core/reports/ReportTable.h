@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,11 @@ namespace velmora {
 //
 // Rows are four bytes each, so a table with every group of a ten-million-line report open stays
 // small, and opening a group is one block copy.
+//
+// A pass over many rows (an export, a print, velmoractl) prepares them a batch at a time: the
+// lines of a group lie all over the files, and read one by one in table order they would make
+// the files be read many times over. A batch reads the lines of its rows in file order with
+// large reads and keeps their texts until the next batch.
 class ReportTable {
 public:
     // What a click on a row changes: `count` rows inserted or removed at `first`.
@@ -42,6 +48,17 @@ public:
     // The text of a cell; valid until the next call.
     std::string_view cellText(std::size_t row, int column) const;
 
+    // Reads the texts of the rows from `first` on, as many as about `batchBytes` of their lines
+    // make, and keeps them for cellText() until the next batch or change.
+    static constexpr std::size_t kBatchBytes = std::size_t{256} << 20;
+    void prepare(std::size_t first, std::size_t batchBytes = kBatchBytes) const;
+    bool prepared(std::size_t row) const {
+        return row >= m_batch.first && row < m_batch.first + m_batch.rows.size();
+    }
+
+    // Every group open, its detail rows under it, as after a click on each.
+    void openAll();
+
     // Whether a group row with this key is in the table (findText:forKey:).
     bool hasGroup(std::string_view key) const;
 
@@ -56,12 +73,25 @@ private:
     // A row: a detail id, or a group id with kGroupBit set.
     static constexpr std::uint32_t kGroupBit = std::uint32_t{1} << 31;
 
+    // The texts of a prepared row, as offsets into Batch::texts, by column.
+    struct RowTexts {
+        std::array<std::uint32_t, 4> begin{};
+        std::array<std::uint32_t, 4> length{};
+    };
+    struct Batch {
+        std::size_t first = 0;
+        std::vector<RowTexts> rows;
+        std::string texts;
+    };
+
     std::shared_ptr<const Report> m_report;
     std::vector<std::uint32_t> m_rows;
     std::vector<bool> m_open; // by group
+    mutable Batch m_batch;
 
     static bool isGroupRow(std::uint32_t row) { return (row & kGroupBit) != 0; }
     bool isDetailOf(std::size_t row, GroupId group) const;
+    void keepText(std::size_t row, int column, std::string_view text) const;
 };
 
 } // namespace velmora
