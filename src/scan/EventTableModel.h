@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <QAbstractTableModel>
 #include <QElapsedTimer>
@@ -28,6 +29,10 @@ namespace velmora {
 // Until then the model shows the store as it was: it counts the rows not yet announced and
 // leaves them out of its row count and its row numbers, so a view never sees a count that
 // disagrees with the rows it was told of.
+//
+// The server's removals come the same way, hundreds of thousands at once when it removes old
+// events: each event leaves the list at once, and the rows of all that left meanwhile leave the
+// views with the same announcement, in one pass over the list.
 class EventTableModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -61,14 +66,14 @@ public:
     // A new event at the top, with its date written in `newDateFormat` and its image at once.
     EventId insertDecorated(const EventFields& fields, Dictionary extras,
                             std::string_view newDateFormat, const SeverityLevels& levels);
-    // Tells the views of the events entered since the last time.
-    void flushInserts();
+    // Tells the views of the events entered, and of the rows that left, since the last time.
+    void flushChanges();
 
     // The events page appears: every row's date and image are brought up to date.
     void appear(std::string_view oldDateFormat, std::string_view newDateFormat,
                 const SeverityLevels& levels);
-    // Removes one row; `row` counts from the top of the store, new events included.
-    void removeEventRow(std::size_t row);
+    // The event leaves the list now, its row with the next announcement.
+    void removeEventSoon(EventId event);
     // Removes rows as the views number them (ascending, no duplicates). A few runs of rows leave
     // one by one; many runs over a long list are cut out in one pass and the views start over,
     // which keeps their column order and scroll position.
@@ -80,7 +85,8 @@ public:
 
 private:
     EventStore& m_store;
-    std::size_t m_pending = 0; // rows at the top of the store the views were not told of yet
+    std::size_t m_pending = 0;      // rows at the top of the store the views were not told of yet
+    std::vector<EventId> m_leaving; // events whose rows the views still show
     bool m_flushQueued = false;
     // When the views were last told, and whether that was of a burst.
     QElapsedTimer m_lastFlush;
@@ -88,6 +94,8 @@ private:
     std::array<QIcon, 3> m_images; // by Level
 
     void queueFlush();
+    void flushInserts();
+    void flushRemovals();
     QVariant displayText(EventId id, int column) const;
     // The text of a cell; `date` holds a date text the view points into.
     std::optional<std::string_view> cellView(EventId id, int column,

@@ -19,6 +19,7 @@
 #include "core/system/TestMessage.h"
 #include "scan/EventDeletion.h"
 #include "scan/EventExport.h"
+#include "scan/EventRemovals.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanViewEvent.h"
 #include "ui_ScanView.h"
@@ -32,6 +33,7 @@ ScanView::ScanView(EventStore& store, const RuntimeSettings& runtime, std::strin
     , m_runtime(runtime)
     , m_dataDirectory(std::move(dataDirectory))
     , m_model(new EventTableModel(store, this))
+    , m_removals(new EventRemovals(*m_model, this))
     , m_progressDelay(PageTask::kDefaultProgressDelay)
     , m_testAddress(TestMessage::kDefaultAddress)
     , m_testPort(TestMessage::kDefaultPort) {
@@ -111,6 +113,7 @@ void ScanView::showEvent(QShowEvent* event) {
 }
 
 void ScanView::viewWillAppear() {
+    m_removals->drain();
     m_model->appear(m_runtime.oldDateFormat, m_runtime.newDateFormat, m_runtime.levels);
     m_ui->tableView->scrollToTop();
     m_ui->tableView->clearSelection();
@@ -128,13 +131,9 @@ void ScanView::removeEvent(const EventFields& record) {
     if (!record.priority || !record.host || !record.message) {
         return;
     }
-    const EventStore& store = m_model->store();
-    const std::string shown = store.dates().formatTimestamp(
-        record.date.value_or(std::string_view()), m_runtime.newDateFormat);
-    if (const auto row =
-            store.findFirstMatching(shown, *record.priority, *record.host, *record.message)) {
-        m_model->removeEventRow(*row);
-    }
+    m_removals->post(
+        record, m_model->store().dates().formatTimestamp(record.date.value_or(std::string_view()),
+                                                         m_runtime.newDateFormat));
 }
 
 void ScanView::doubleClickTable(const QModelIndex& index) {
@@ -166,6 +165,7 @@ std::vector<EventId> ScanView::selectedEvents() const {
 }
 
 std::optional<ScanView::Choice> ScanView::chooseEvents(const QString& allButton) {
+    m_removals->drain();
     if (std::vector<EventId> selected = selectedEvents(); !selected.empty()) {
         return Choice{std::move(selected), false};
     }
@@ -206,6 +206,8 @@ void ScanView::deleteEvents() {
     if (!confirmed) {
         return;
     }
+    // Removals that arrived while the question was open come first.
+    m_removals->drain();
     auto* deletion = new EventDeletion(this, *m_model, std::move(chosen->events),
                                        m_runtime.newDateFormat, m_dataDirectory, m_progressDelay);
     connect(deletion, &EventDeletion::rowsRemoved, m_ui->tableView, &QTableView::clearSelection);
@@ -227,6 +229,7 @@ void ScanView::exportEvents() {
     if (!path) {
         return;
     }
+    m_removals->drain();
     // The columns as the user arranged them.
     const QHeaderView& header = *m_ui->tableView->horizontalHeader();
     std::vector<int> columns;

@@ -23,6 +23,7 @@ class ScanView;
 
 namespace velmora {
 
+class EventRemovals;
 class EventTableModel;
 class PageTask;
 struct RuntimeSettings;
@@ -56,7 +57,9 @@ public:
     // insertEvent: a new event decorated at once and put at the top; drops the user's selection.
     EventId insertEvent(const EventFields& fields, Dictionary extras);
     // removeEvent: removes the first row (the newest) whose date is the record's time stamp in
-    // the current format and whose priority, host and message equal the record's.
+    // the current format and whose priority, host and message equal the record's, as the list
+    // stands now. It is matched in a slice of the event loop and its row leaves the table with
+    // the next batch of changes (see EventRemovals).
     void removeEvent(const EventFields& record);
 
     // Each time the page is shown.
@@ -95,6 +98,7 @@ private:
     const RuntimeSettings& m_runtime;
     std::string m_dataDirectory;
     EventTableModel* m_model;
+    EventRemovals* m_removals;
     std::chrono::milliseconds m_progressDelay;
     std::string m_testAddress;
     std::uint16_t m_testPort;
