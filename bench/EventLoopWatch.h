@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <sys/resource.h>
 #include <vector>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTimer>
 
@@ -16,6 +18,25 @@ inline double threadCpuSeconds() {
     getrusage(RUSAGE_THREAD, &usage);
     return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// Runs the event loop until `done` holds, looked at every 5 ms, or until `clock` passes
+// `limitMs`; returns when it held, in milliseconds of `clock`, or -1.
+inline qint64 runUntil(const QElapsedTimer& clock, qint64 limitMs,
+                       const std::function<bool()>& done) {
+    qint64 heldAtMs = -1;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (done()) {
+            heldAtMs = clock.elapsed();
+            QCoreApplication::quit();
+        } else if (clock.elapsed() > limitMs) {
+            QCoreApplication::quit();
+        }
+    });
+    watch.start(5);
+    QCoreApplication::exec();
+    return heldAtMs;
 }
 
 // How long the event loop is kept from running: a 1 ms timer on the main thread notes the gap

@@ -101,19 +101,10 @@ int main(int argc, char* argv[]) {
     QObject::connect(&server, &QProcess::finished, [&] { sentAtMs = clock.elapsed(); });
     server.start(QCoreApplication::applicationFilePath(), {"send", rate, seconds});
     const auto total = loaded + static_cast<long>(rate.toDouble() * seconds.toDouble());
-    qint64 handledAtMs = 0;
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, [&] {
-        if (model.rowCount() >= total && sentAtMs > 0) {
-            handledAtMs = clock.elapsed();
-            QCoreApplication::quit();
-        } else if (clock.elapsed() > static_cast<qint64>(seconds.toDouble() * 1000) + 60'000) {
-            QCoreApplication::quit();
-        }
-    });
-    watch.start(5);
     const double cpuBefore = velmora::bench::threadCpuSeconds();
-    QCoreApplication::exec();
+    const qint64 handledAtMs =
+        velmora::bench::runUntil(clock, static_cast<qint64>(seconds.toDouble() * 1000) + 60'000,
+                                 [&] { return model.rowCount() >= total && sentAtMs > 0; });
     const double cpu = velmora::bench::threadCpuSeconds() - cpuBefore;
     server.waitForFinished();
     const QStringList report = QString::fromLatin1(server.readAllStandardOutput()).split(' ');
