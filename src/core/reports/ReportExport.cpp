@@ -48,7 +48,7 @@ Status writeReportTable(const ReportTable& table, const std::array<std::string, 
         if (!table.prepared(row)) {
             table.prepare(row);
         }
-        appendLine(buffer, separator, [&](int column) { return table.cellText(row, column); });
+        table.appendRow(row, separator, buffer);
         if (buffer.size() >= kFlushBytes) {
             if (Status written = write(buffer); !written) {
                 return written;

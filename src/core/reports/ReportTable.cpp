@@ -27,15 +27,31 @@ std::string_view ReportTable::cellText(std::size_t row, int column) const {
         return {};
     }
     if (prepared(row)) {
-        const RowTexts& texts = m_batch.rows[row - m_batch.first];
+        const std::array<std::uint32_t, 5>& bounds = m_batch.rows[row - m_batch.first].bounds;
         const auto c = static_cast<std::size_t>(column);
-        return std::string_view(m_batch.texts).substr(texts.begin[c], texts.length[c]);
+        return std::string_view(m_batch.texts).substr(bounds[c], bounds[c + 1] - bounds[c] - 1);
     }
     const std::uint32_t value = m_rows[row];
     if (isGroupRow(value)) {
         return column == 0 ? m_report->groupKey(GroupId{value & ~kGroupBit}) : std::string_view();
     }
     return column == 0 ? std::string_view() : m_report->detailText(DetailId{value}, column);
+}
+
+void ReportTable::appendRow(std::size_t row, char separator, std::string& out) const {
+    if (!prepared(row)) {
+        for (int column = 0; column < 4; ++column) {
+            out.append(cellText(row, column)).push_back(column < 3 ? separator : '\n');
+        }
+        return;
+    }
+    // The row stands whole in the batch, with separators of its own.
+    const std::array<std::uint32_t, 5>& bounds = m_batch.rows[row - m_batch.first].bounds;
+    const std::size_t start = out.size();
+    out.append(m_batch.texts, bounds[0], bounds[4] - bounds[0]);
+    for (std::size_t c = 1; c < 4; ++c) {
+        out[start + bounds[c] - bounds[0] - 1] = separator;
+    }
 }
 
 bool ReportTable::hasGroup(std::string_view key) const {
@@ -78,10 +94,9 @@ void ReportTable::openAll() {
 
 void ReportTable::prepare(std::size_t first, std::size_t batchBytes) const {
     // The lines to read: a detail row's own, and for a group row whose key is still to be read
-    // from a line, that line. `keyRow` tells which for each.
+    // from a line, that line; `reader` tells for each its row and which of the two it is.
     std::vector<DetailId> lines;
-    std::vector<bool> keyRow;
-    std::vector<std::size_t> rowOf;
+    std::vector<std::size_t> reader; // row << 1 | 1 for a key
     m_batch.first = first;
     m_batch.rows.clear();
     m_batch.texts.clear();
@@ -93,15 +108,14 @@ void ReportTable::prepare(std::size_t first, std::size_t batchBytes) const {
         if (const std::optional<GroupId> group = groupAt(row)) {
             line = m_report->keyLine(*group);
             if (!line) {
-                keepText(row, 0, m_report->groupKey(*group));
+                keepTexts(row, {m_report->groupKey(*group)});
             }
         } else {
             line = DetailId{m_rows[row]};
         }
         if (line) {
             lines.push_back(*line);
-            keyRow.push_back(isGroupRow(m_rows[row]));
-            rowOf.push_back(row);
+            reader.push_back(row << 1 | (isGroupRow(m_rows[row]) ? 1 : 0));
             bytes += m_report->lineBytes(*line);
         }
     }
@@ -110,24 +124,30 @@ void ReportTable::prepare(std::size_t first, std::size_t batchBytes) const {
     Report::LineViews views;
     Report::LineTexts scratch;
     m_report->readLines(lines, [&](std::size_t i, const std::optional<LogFields>& read) {
-        if (keyRow[i]) {
-            keepText(rowOf[i], 0, Report::keyOfLine(read));
+        const std::size_t row = reader[i] >> 1;
+        if ((reader[i] & 1) != 0) {
+            keepTexts(row, {Report::keyOfLine(read)});
             return;
         }
         m_report->detailViews(lines[i], read, views, scratch);
-        for (std::size_t column = 1; column < fields.size(); ++column) {
-            keepText(rowOf[i], static_cast<int>(column),
-                     views[static_cast<std::size_t>(fields[column])]);
-        }
+        const auto text = [&](std::size_t column) {
+            return views[static_cast<std::size_t>(fields[column])];
+        };
+        keepTexts(row, {{}, text(1), text(2), text(3)});
     });
 }
 
-void ReportTable::keepText(std::size_t row, int column, std::string_view text) const {
-    RowTexts& texts = m_batch.rows[row - m_batch.first];
-    texts.begin[static_cast<std::size_t>(column)] =
-        static_cast<std::uint32_t>(m_batch.texts.size());
-    texts.length[static_cast<std::size_t>(column)] = static_cast<std::uint32_t>(text.size());
-    m_batch.texts.append(text);
+void ReportTable::keepTexts(std::size_t row, std::initializer_list<std::string_view> texts) const {
+    std::array<std::uint32_t, 5>& bounds = m_batch.rows[row - m_batch.first].bounds;
+    const auto* text = texts.begin();
+    for (std::size_t column = 0; column < 4; ++column) {
+        bounds[column] = static_cast<std::uint32_t>(m_batch.texts.size());
+        if (text != texts.end()) {
+            m_batch.texts.append(*text++);
+        }
+        m_batch.texts.push_back(column < 3 ? '\t' : '\n');
+    }
+    bounds[4] = static_cast<std::uint32_t>(m_batch.texts.size());
 }
 
 void ReportTable::apply(const Change& change) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,10 +48,12 @@ public:
 
     // The text of a cell; valid until the next call.
     std::string_view cellText(std::size_t row, int column) const;
+    // Appends a row's four texts, each but the last followed by `separator`, and a line feed.
+    void appendRow(std::size_t row, char separator, std::string& out) const;
 
     // Reads the texts of the rows from `first` on, as many as about `batchBytes` of their lines
     // make, and keeps them for cellText() until the next batch or change.
-    static constexpr std::size_t kBatchBytes = std::size_t{256} << 20;
+    static constexpr std::size_t kBatchBytes = std::size_t{512} << 20;
     void prepare(std::size_t first, std::size_t batchBytes = kBatchBytes) const;
     bool prepared(std::size_t row) const {
         return row >= m_batch.first && row < m_batch.first + m_batch.rows.size();
@@ -73,10 +76,11 @@ private:
     // A row: a detail id, or a group id with kGroupBit set.
     static constexpr std::uint32_t kGroupBit = std::uint32_t{1} << 31;
 
-    // The texts of a prepared row, as offsets into Batch::texts, by column.
+    // The texts of a prepared row stand in Batch::texts as an export writes them, each followed
+    // by a separator and the last by a line feed: column c's from bounds[c] up to the byte
+    // before bounds[c + 1].
     struct RowTexts {
-        std::array<std::uint32_t, 4> begin{};
-        std::array<std::uint32_t, 4> length{};
+        std::array<std::uint32_t, 5> bounds{};
     };
     struct Batch {
         std::size_t first = 0;
@@ -91,7 +95,8 @@ private:
 
     static bool isGroupRow(std::uint32_t row) { return (row & kGroupBit) != 0; }
     bool isDetailOf(std::size_t row, GroupId group) const;
-    void keepText(std::size_t row, int column, std::string_view text) const;
+    // Keeps a prepared row's texts, column 0 first; the columns not given are empty.
+    void keepTexts(std::size_t row, std::initializer_list<std::string_view> texts) const;
 };
 
 } // namespace velmora
