@@ -45,9 +45,6 @@ Status writeReportTable(const ReportTable& table, const std::array<std::string, 
         return titles[static_cast<std::size_t>(column)];
     });
     for (std::size_t row = 0; row < table.size(); ++row) {
-        if (!table.prepared(row)) {
-            table.prepare(row);
-        }
         table.appendRow(row, separator, buffer);
         if (buffer.size() >= kFlushBytes) {
             if (Status written = write(buffer); !written) {

@@ -40,10 +40,7 @@ std::string_view ReportTable::cellText(std::size_t row, int column) const {
 
 void ReportTable::appendRow(std::size_t row, char separator, std::string& out) const {
     if (!prepared(row)) {
-        for (int column = 0; column < 4; ++column) {
-            out.append(cellText(row, column)).push_back(column < 3 ? separator : '\n');
-        }
-        return;
+        prepare(row);
     }
     // The row stands whole in the batch, with separators of its own.
     const std::array<std::uint32_t, 5>& bounds = m_batch.rows[row - m_batch.first].bounds;

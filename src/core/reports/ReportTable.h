@@ -48,7 +48,8 @@ public:
 
     // The text of a cell; valid until the next call.
     std::string_view cellText(std::size_t row, int column) const;
-    // Appends a row's four texts, each but the last followed by `separator`, and a line feed.
+    // Appends a row's four texts, each but the last followed by `separator`, and a line feed;
+    // prepares the rows from this one on when it is not prepared.
     void appendRow(std::size_t row, char separator, std::string& out) const;
 
     // Reads the texts of the rows from `first` on, as many as about `batchBytes` of their lines
