@@ -15,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -28,19 +27,13 @@
 #include <QTimer>
 #include <QVariantMap>
 
+#include "EventLoopWatch.h"
 #include "app/AppDelegate.h"
 #include "app/WindowController.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanView.h"
 
 namespace {
-
-double mainThreadCpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_THREAD, &usage);
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
 
 // The server's side: posts the notifications, then prints how long that took.
 int postNotifications(double rate, double seconds) {
@@ -100,16 +93,7 @@ int main(int argc, char* argv[]) {
 
     QElapsedTimer clock;
     clock.start();
-    std::vector<qint64> gaps;
-    qint64 lastTick = clock.nsecsElapsed();
-    QTimer ticker;
-    ticker.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&ticker, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        gaps.push_back(now - lastTick);
-        lastTick = now;
-    });
-    ticker.start(1);
+    velmora::bench::EventLoopWatch loop;
 
     QProcess server;
     server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -117,31 +101,14 @@ int main(int argc, char* argv[]) {
     QObject::connect(&server, &QProcess::finished, [&] { sentAtMs = clock.elapsed(); });
     server.start(QCoreApplication::applicationFilePath(), {"send", rate, seconds});
     const auto total = loaded + static_cast<long>(rate.toDouble() * seconds.toDouble());
-    qint64 handledAtMs = 0;
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, [&] {
-        if (model.rowCount() >= total && sentAtMs > 0) {
-            handledAtMs = clock.elapsed();
-            QCoreApplication::quit();
-        } else if (clock.elapsed() > static_cast<qint64>(seconds.toDouble() * 1000) + 60'000) {
-            QCoreApplication::quit();
-        }
-    });
-    watch.start(5);
-    const double cpuBefore = mainThreadCpuSeconds();
-    QCoreApplication::exec();
-    const double cpu = mainThreadCpuSeconds() - cpuBefore;
+    const double cpuBefore = velmora::bench::threadCpuSeconds();
+    const qint64 handledAtMs =
+        velmora::bench::runUntil(clock, static_cast<qint64>(seconds.toDouble() * 1000) + 60'000,
+                                 [&] { return model.rowCount() >= total && sentAtMs > 0; });
+    const double cpu = velmora::bench::threadCpuSeconds() - cpuBefore;
     server.waitForFinished();
     const QStringList report = QString::fromLatin1(server.readAllStandardOutput()).split(' ');
 
-    std::sort(gaps.begin(), gaps.end());
-    const auto percentile = [&](double p) {
-        return gaps.empty()
-                   ? 0.0
-                   : static_cast<double>(
-                         gaps[static_cast<std::size_t>(p * static_cast<double>(gaps.size() - 1))]) /
-                         1e6;
-    };
     const long posted = report.value(0).toLong();
     const double sendSeconds = report.value(1).toDouble() / 1000.0;
     std::printf("notifications posted               %ld in %.2f s (%.0f a second)\n", posted,
@@ -153,6 +120,6 @@ int main(int argc, char* argv[]) {
     std::printf("console main thread busy          %.2f s of CPU, %.1f us an event\n", cpu,
                 cpu * 1e6 / static_cast<double>(std::max(1, model.rowCount() - loaded)));
     std::printf("event loop gaps: median %.1f ms, 99th percentile %.1f ms, longest %.1f ms\n",
-                percentile(0.5), percentile(0.99), percentile(1.0));
+                loop.percentile(0.5), loop.percentile(0.99), loop.percentile(1.0));
     return model.rowCount() >= total ? 0 : 1;
 }

@@ -54,32 +54,40 @@ int eventsCommand(const Context& context) {
         store.appear(list->runtime.oldDateFormat, list->runtime.newDateFormat,
                      list->runtime.levels);
     }
-    std::string line;
+    // Written a block at a time: millions of lines.
+    constexpr std::size_t kFlushBytes = std::size_t{1} << 16;
+    std::string out;
+    DateHistory::RowState scratch;
     for (std::size_t row = 0; row < store.size(); ++row) {
         const EventId id = store.at(row);
-        const std::optional<std::string> displayed = rawDates ? std::nullopt : store.date(id);
-        const std::optional<std::string_view> date =
-            rawDates ? store.rawDate(id)
-                     : (displayed ? std::optional<std::string_view>(*displayed) : std::nullopt);
-        line.clear();
-        if (json) {
-            line += '{';
-            appendJsonField(line, "Date", date);
-            line += ',';
-            appendJsonField(line, "Priority", store.priority(id));
-            line += ',';
-            appendJsonField(line, "Host", store.host(id));
-            line += ',';
-            appendJsonField(line, "Message", store.message(id));
-            line += "}\n";
-        } else {
-            line.append(date.value_or("")).append("\t");
-            line.append(store.priority(id).value_or("")).append("\t");
-            line.append(store.host(id).value_or("")).append("\t");
-            line.append(store.message(id).value_or("")).append("\n");
+        std::optional<std::string_view> date;
+        if (rawDates) {
+            date = store.rawDate(id);
+        } else if (const std::optional<std::string>& shown = store.date(id, scratch)) {
+            date = *shown;
         }
-        context.out() << line;
+        if (json) {
+            out += '{';
+            appendJsonField(out, "Date", date);
+            out += ',';
+            appendJsonField(out, "Priority", store.priority(id));
+            out += ',';
+            appendJsonField(out, "Host", store.host(id));
+            out += ',';
+            appendJsonField(out, "Message", store.message(id));
+            out += "}\n";
+        } else {
+            out.append(date.value_or("")).append("\t");
+            out.append(store.priority(id).value_or("")).append("\t");
+            out.append(store.host(id).value_or("")).append("\t");
+            out.append(store.message(id).value_or("")).append("\n");
+        }
+        if (out.size() >= kFlushBytes) {
+            context.out() << out;
+            out.clear();
+        }
     }
+    context.out() << out;
     return kExitOk;
 }
 

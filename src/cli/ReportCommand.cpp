@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <ostream>
@@ -7,6 +8,8 @@
 #include "cli/Commands.h"
 #include "cli/JsonValue.h"
 #include "core/reports/ReportEngine.h"
+#include "core/reports/ReportExport.h"
+#include "core/reports/ReportTable.h"
 #include "core/settings/RuntimeSettings.h"
 
 namespace velmora::cli {
@@ -66,68 +69,44 @@ std::optional<ReportArguments> parseArguments(const std::vector<std::string>& ar
     return parsed.grouping ? std::optional(parsed) : std::nullopt;
 }
 
-// Output in pieces of some kilobytes: a group may hold millions of rows.
-class Output {
-public:
-    explicit Output(std::ostream& stream)
-        : m_stream(stream) {}
-    ~Output() { m_stream << m_text; }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    std::string& text() { return m_text; }
-    void flushIfFull() {
-        if (m_text.size() >= kFlushBytes) {
-            m_stream << m_text;
-            m_text.clear();
-        }
-    }
-
-private:
-    std::ostream& m_stream;
-    std::string m_text;
-};
-
 // As the page's "txt" export of the report with every group open: the column titles, then each
 // group's key and three empty fields, and under it its detail rows, each an empty field and
 // three texts.
-void writeText(Output& output, const Report& report) {
-    std::string& out = output.text();
-    const std::array<std::string_view, 4> titles = reportColumnTitles(report.grouping());
-    for (std::size_t column = 0; column < titles.size(); ++column) {
-        out.append(titles[column]).append(column + 1 < titles.size() ? "\t" : "\n");
-    }
-    for (std::uint32_t g = 0; g < report.groupCount(); ++g) {
-        out.append(report.groupKey(GroupId{g})).append("\t\t\t\n");
-        for (const DetailId detail : report.groupDetails(GroupId{g})) {
-            for (int column = 1; column <= 3; ++column) {
-                out.append("\t").append(report.detailText(detail, column));
-            }
-            out += '\n';
-            output.flushIfFull();
-        }
-    }
+void writeText(std::ostream& out, const ReportTable& table) {
+    std::array<std::string, 4> titles;
+    const std::array<std::string_view, 4> names = reportColumnTitles(table.report()->grouping());
+    std::copy(names.begin(), names.end(), titles.begin());
+    [[maybe_unused]] const Status written =
+        writeReportTable(table, titles, '\t', [&](std::string_view block) -> Status {
+            out << block;
+            return {};
+        });
 }
 
 // One JSON object a line: {"key": KEY, "details": [[SECOND, THIRD, FORTH], ...]}.
-void writeJson(Output& output, const Report& report) {
-    std::string& out = output.text();
-    for (std::uint32_t g = 0; g < report.groupCount(); ++g) {
-        out += "{\"key\":";
-        appendJsonString(out, report.groupKey(GroupId{g}));
-        out += ",\"details\":[";
-        const char* separator = "";
-        for (const DetailId detail : report.groupDetails(GroupId{g})) {
-            out.append(separator).append("[");
-            separator = ",";
+void writeJson(std::ostream& stream, const ReportTable& table) {
+    std::string out;
+    for (std::size_t row = 0; row < table.size(); ++row) {
+        if (!table.prepared(row)) {
+            table.prepare(row);
+        }
+        if (table.groupAt(row)) {
+            out += row == 0 ? "{\"key\":" : "]}\n{\"key\":";
+            appendJsonString(out, table.cellText(row, 0));
+            out += ",\"details\":[";
+        } else {
+            out += table.groupAt(row - 1) ? "[" : ",[";
             for (int column = 1; column <= 3; ++column) {
-                appendJsonString(out, report.detailText(detail, column));
+                appendJsonString(out, table.cellText(row, column));
                 out += column < 3 ? ',' : ']';
             }
-            output.flushIfFull();
         }
-        out += "]}\n";
+        if (out.size() >= kFlushBytes) {
+            stream << out;
+            out.clear();
+        }
     }
+    stream << out << (table.size() > 0 ? "]}\n" : "");
 }
 
 } // namespace
@@ -138,15 +117,14 @@ int reportCommand(const Context& context) {
         return context.fail(kExitUsage, kReportUsage);
     }
     const RuntimeSettings runtime = RuntimeSettings::load(context.store.readDictionary());
-    const std::unique_ptr<Report> report =
-        ReportEngine({context.store.dataDirectory(), arguments->logName, *arguments->grouping,
-                      runtime.newDateFormat})
-            .build();
-    Output output(context.out());
+    ReportTable table(ReportEngine({context.store.dataDirectory(), arguments->logName,
+                                    *arguments->grouping, runtime.newDateFormat})
+                          .build());
+    table.openAll();
     if (arguments->json) {
-        writeJson(output, *report);
+        writeJson(context.out(), table);
     } else {
-        writeText(output, *report);
+        writeText(context.out(), table);
     }
     return kExitOk;
 }

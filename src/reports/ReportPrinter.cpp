@@ -7,6 +7,8 @@
 #include <QPrinter>
 #include <QTableView>
 
+#include "reports/ReportTableModel.h"
+
 namespace velmora {
 
 namespace {
@@ -44,12 +46,18 @@ bool ReportPrinter::print(QPrinter& printer) const {
         const int pageHeight = static_cast<int>(painter.viewport().height() / scale);
         const int rowsPerPage = std::max(1, pageHeight / m_rowHeight - 1);
         const int rows = m_model.rowCount();
+        const auto* report = qobject_cast<const ReportTableModel*>(&m_model);
         for (int first = 0; first == 0 || first < rows; first += rowsPerPage) {
             if (first > 0) {
                 printer.newPage();
             }
             printHeader(painter);
             for (int row = first; row < std::min(rows, first + rowsPerPage); ++row) {
+                // The rows of a report are read in batches: a group's lines lie all over the
+                // files, and read one by one they would make the files be read many times.
+                if (report != nullptr && !report->table().prepared(static_cast<std::size_t>(row))) {
+                    report->table().prepare(static_cast<std::size_t>(row));
+                }
                 printRow(painter, row, (row - first + 1) * m_rowHeight);
             }
         }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "app/Logging.h"
+#include "scan/EventTableModel.h"
 
 namespace velmora {
 
@@ -13,14 +14,17 @@ constexpr std::size_t kRowsPerCheck = 256;
 
 } // namespace
 
-EventDeletion::EventDeletion(QWidget* page, EventStore& store, std::vector<EventId> events,
+EventDeletion::EventDeletion(QWidget* page, EventTableModel& model, std::vector<EventId> events,
                              std::string_view displayFormat, std::string dataDirectory,
                              std::chrono::milliseconds progressDelay)
     : PageTask(page, tr("Deleting events..."), progressDelay)
-    , m_store(store)
+    , m_model(model)
+    , m_store(model.store())
     , m_events(std::move(events))
     , m_builder(displayFormat)
-    , m_dataDirectory(std::move(dataDirectory)) {}
+    , m_dataDirectory(std::move(dataDirectory)) {
+    m_builder.reserve(m_events.size());
+}
 
 EventDeletion::~EventDeletion() {
     if (m_rewrite.valid()) {
@@ -34,6 +38,7 @@ PageTask::Step EventDeletion::step(Clock::time_point deadline) {
             setProgress(m_next, m_events.size());
             return Step::More;
         }
+        removeFromList();
         startRewrite();
     }
     if (m_rewrite.wait_until(deadline) != std::future_status::ready) {
@@ -50,6 +55,10 @@ PageTask::Step EventDeletion::step(Clock::time_point deadline) {
     return Step::Done;
 }
 
+bool EventDeletion::cancel() {
+    return !m_rewrite.valid();
+}
+
 bool EventDeletion::buildTable(Clock::time_point deadline) {
     while (m_next < m_events.size()) {
         m_builder.add(m_store, m_events[m_next]);
@@ -59,6 +68,19 @@ bool EventDeletion::buildTable(Clock::time_point deadline) {
         }
     }
     return true;
+}
+
+void EventDeletion::removeFromList() {
+    // An event the server has removed since it was chosen is no longer there to delete: the
+    // server has cut its line already, and a line of the table would cut another one like it.
+    for (const EventId event : m_events) {
+        if (!m_store.inList(event)) {
+            m_builder.withdraw(m_store, event);
+        }
+    }
+    m_model.removeEvents(m_events);
+    setCancellable(false);
+    emit rowsRemoved();
 }
 
 void EventDeletion::startRewrite() {

@@ -20,6 +20,7 @@ EventExport::EventExport(QWidget* page, const EventTableModel& model, std::vecto
     : PageTask(page, tr("Exporting events..."), progressDelay)
     , m_model(model)
     , m_events(std::move(events))
+    , m_left(m_events.size())
     , m_columns(std::move(columns))
     , m_text(ExportText::separatorFor(path)) {
     Result<AtomicFileWriter> writer = AtomicFileWriter::open(path, NewFileMode::UserDefault);
@@ -28,7 +29,8 @@ EventExport::EventExport(QWidget* page, const EventTableModel& model, std::vecto
     } else {
         m_outcome = writer.error();
     }
-    m_text.appendLine(titles, m_pending);
+    const std::vector<std::string_view> header(titles.begin(), titles.end());
+    m_text.appendLine(header, m_pending);
 }
 
 PageTask::Step EventExport::step(Clock::time_point deadline) {
@@ -36,18 +38,20 @@ PageTask::Step EventExport::step(Clock::time_point deadline) {
         return end(m_outcome);
     }
     m_cells.resize(m_columns.size());
-    while (m_next < m_events.size()) {
-        const EventId event = m_events[m_next];
-        for (std::size_t i = 0; i < m_columns.size(); ++i) {
-            m_cells[i] = m_model.cellText(event, m_columns[i]);
+    const EventStore& store = m_model.store();
+    while (m_left > 0) {
+        const EventId event = m_events[--m_left];
+        if (store.inList(event)) {
+            for (std::size_t i = 0; i < m_columns.size(); ++i) {
+                m_cells[i] = m_model.cellText(event, m_columns[i], m_scratch);
+            }
+            m_text.appendLine(m_cells, m_pending);
         }
-        m_text.appendLine(m_cells, m_pending);
-        ++m_next;
         if (m_pending.size() >= kBlockBytes && !writePending()) {
             return end(m_outcome);
         }
-        if (m_next % kRowsPerCheck == 0 && Clock::now() >= deadline) {
-            setProgress(m_next, m_events.size());
+        if (m_left % kRowsPerCheck == 0 && Clock::now() >= deadline) {
+            setProgress(m_events.size() - m_left, m_events.size());
             return Step::More;
         }
     }
@@ -55,6 +59,12 @@ PageTask::Step EventExport::step(Clock::time_point deadline) {
         return end(m_outcome);
     }
     return end(m_writer->commit());
+}
+
+bool EventExport::cancel() {
+    // The side file goes with the writer: no file is written.
+    m_writer.reset();
+    return true;
 }
 
 bool EventExport::writePending() {

@@ -1,5 +1,6 @@
 #include "scan/EventTableModel.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -102,10 +103,14 @@ std::optional<std::string_view> EventTableModel::cellView(EventId id, int column
     }
 }
 
-std::string EventTableModel::cellText(EventId id, int column) const {
-    std::optional<std::string> date;
-    const std::optional<std::string_view> text = cellView(id, column, date);
-    return text ? std::string(*text) : std::string();
+std::string_view EventTableModel::cellText(EventId id, int column,
+                                           DateHistory::RowState& scratch) const {
+    if (column == DateColumn) {
+        const std::optional<std::string>& date = m_store.date(id, scratch);
+        return date ? std::string_view(*date) : std::string_view();
+    }
+    std::optional<std::string> unused;
+    return cellView(id, column, unused).value_or(std::string_view());
 }
 
 QVariant EventTableModel::displayText(EventId id, int column) const {
@@ -159,28 +164,56 @@ void EventTableModel::queueFlush() {
     m_flushQueued = true;
     const qint64 since = m_lastFlush.isValid() ? m_lastFlush.elapsed() : kBurstFlushIntervalMs;
     if (m_lastFlushWasBurst && since < kBurstFlushIntervalMs) {
-        QTimer::singleShot(kBurstFlushIntervalMs - since, this, &EventTableModel::flushInserts);
+        QTimer::singleShot(kBurstFlushIntervalMs - since, this, &EventTableModel::flushChanges);
     } else {
-        QMetaObject::invokeMethod(this, &EventTableModel::flushInserts, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &EventTableModel::flushChanges, Qt::QueuedConnection);
     }
 }
 
-void EventTableModel::flushInserts() {
+void EventTableModel::flushChanges() {
     m_flushQueued = false;
+    if (m_pending == 0 && m_leaving.empty()) {
+        return;
+    }
+    m_lastFlushWasBurst = m_pending + m_leaving.size() >= kBurstRows;
+    m_lastFlush.start();
+    flushInserts();
+    flushRemovals();
+}
+
+void EventTableModel::flushInserts() {
     if (m_pending == 0) {
         return;
     }
     qCDebug(lcScan) << "announcing" << m_pending << "new events";
-    m_lastFlushWasBurst = m_pending >= kBurstRows;
-    m_lastFlush.start();
     beginInsertRows({}, 0, static_cast<int>(m_pending) - 1);
     m_pending = 0;
     endInsertRows();
 }
 
+void EventTableModel::flushRemovals() {
+    if (m_leaving.empty()) {
+        return;
+    }
+    qCDebug(lcScan) << "removing the rows of" << m_leaving.size() << "events that left";
+    std::sort(m_leaving.begin(), m_leaving.end());
+    std::vector<EventId> leaving;
+    leaving.swap(m_leaving);
+    removeEvents(leaving);
+}
+
+void EventTableModel::removeEventSoon(EventId event) {
+    if (!m_store.inList(event)) {
+        return;
+    }
+    m_store.retire(event);
+    m_leaving.push_back(event);
+    queueFlush();
+}
+
 void EventTableModel::appear(std::string_view oldDateFormat, std::string_view newDateFormat,
                              const SeverityLevels& levels) {
-    flushInserts();
+    flushChanges();
     m_store.appear(oldDateFormat, newDateFormat, levels);
     // The store rewrites dates and images lazily: one signal covers every row, and the views
     // ask again only for the rows they show.
@@ -188,18 +221,6 @@ void EventTableModel::appear(std::string_view oldDateFormat, std::string_view ne
         emit dataChanged(index(0, 0), index(rows - 1, kColumnCount - 1),
                          {Qt::DisplayRole, Qt::DecorationRole, ImageNameRole});
     }
-}
-
-void EventTableModel::removeEventRow(std::size_t row) {
-    flushInserts();
-    if (row >= m_store.size()) {
-        return;
-    }
-    const int first = static_cast<int>(row);
-    beginRemoveRows({}, first, first);
-    const std::size_t rows[] = {row};
-    m_store.removeRows(rows);
-    endRemoveRows();
 }
 
 void EventTableModel::removeEventRows(std::span<const int> rows) {
@@ -241,8 +262,18 @@ void EventTableModel::removeEventRows(std::span<const int> rows) {
     endResetModel();
 }
 
+void EventTableModel::removeEvents(std::span<const EventId> events) {
+    flushInserts();
+    const std::vector<std::size_t> found = m_store.rowsOf(events);
+    std::vector<int> rows(found.size());
+    std::transform(found.begin(), found.end(), rows.begin(),
+                   [](std::size_t row) { return static_cast<int>(row); });
+    removeEventRows(rows);
+}
+
 void EventTableModel::rebuild(const std::function<void(EventStore&)>& change) {
     beginResetModel();
+    m_leaving.clear();
     change(m_store);
     // A view keeps a record per row, and the first insertion at the top of a long list copies
     // all of them into a larger array with room at the top: with millions of rows the first

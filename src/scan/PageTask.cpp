@@ -26,6 +26,11 @@ void PageTask::start() {
 }
 
 void PageTask::run() {
+    if (m_cancelRequested && m_cancellable && cancel()) {
+        m_cancelled = true;
+        finish();
+        return;
+    }
     const Clock::time_point sheetDue = m_startedAt + m_progressDelay;
     for (;;) {
         const Clock::time_point deadline = m_sheet ? Clock::now() + kSlice : sheetDue;
@@ -47,7 +52,16 @@ void PageTask::run() {
 
 void PageTask::openSheet() {
     m_sheet = new ProgressSheet(m_label, m_page);
+    m_sheet->setCancellable(m_cancellable);
+    connect(m_sheet, &ProgressSheet::cancelRequested, this, [this] { m_cancelRequested = true; });
     m_sheet->open();
+}
+
+void PageTask::setCancellable(bool cancellable) {
+    m_cancellable = cancellable;
+    if (m_sheet) {
+        m_sheet->setCancellable(cancellable);
+    }
 }
 
 void PageTask::setProgress(std::uint64_t done, std::uint64_t total) {

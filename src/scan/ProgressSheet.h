@@ -10,10 +10,10 @@ class ProgressSheet;
 
 namespace velmora {
 
-// The sheet that covers the window while long work of the events page runs: a line of text and
-// a bar in thousandths. It has no Cancel button and no key closes it: a deletion stopped
-// halfway would leave some log files rewritten and others not. Its owner closes it when the
-// work ends.
+// The sheet that covers the window while long work of the events page runs: a line of text, a
+// bar in thousandths and a Cancel button. Cancel (or Escape) only asks the work to stop; the
+// sheet stays until its owner closes it when the work ends, and work that can no longer be
+// stopped (a deletion rewriting the log files) turns the button off.
 class ProgressSheet : public QDialog {
     Q_OBJECT
 
@@ -22,8 +22,12 @@ public:
     ~ProgressSheet() override;
 
     void setPermille(int permille);
+    void setCancellable(bool cancellable);
 
-    void reject() override {}
+    void reject() override;
+
+signals:
+    void cancelRequested();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

@@ -19,6 +19,7 @@
 #include "core/system/TestMessage.h"
 #include "scan/EventDeletion.h"
 #include "scan/EventExport.h"
+#include "scan/EventRemovals.h"
 #include "scan/EventTableModel.h"
 #include "scan/ScanViewEvent.h"
 #include "ui_ScanView.h"
@@ -32,6 +33,7 @@ ScanView::ScanView(EventStore& store, const RuntimeSettings& runtime, std::strin
     , m_runtime(runtime)
     , m_dataDirectory(std::move(dataDirectory))
     , m_model(new EventTableModel(store, this))
+    , m_removals(new EventRemovals(*m_model, this))
     , m_progressDelay(PageTask::kDefaultProgressDelay)
     , m_testAddress(TestMessage::kDefaultAddress)
     , m_testPort(TestMessage::kDefaultPort) {
@@ -114,6 +116,7 @@ void ScanView::showEvent(QShowEvent* event) {
 }
 
 void ScanView::viewWillAppear() {
+    m_removals->drain();
     m_model->appear(m_runtime.oldDateFormat, m_runtime.newDateFormat, m_runtime.levels);
     m_ui->tableView->scrollToTop();
     m_ui->tableView->clearSelection();
@@ -131,13 +134,9 @@ void ScanView::removeEvent(const EventFields& record) {
     if (!record.priority || !record.host || !record.message) {
         return;
     }
-    const EventStore& store = m_model->store();
-    const std::string shown = store.dates().formatTimestamp(
-        record.date.value_or(std::string_view()), m_runtime.newDateFormat);
-    if (const auto row =
-            store.findFirstMatching(shown, *record.priority, *record.host, *record.message)) {
-        m_model->removeEventRow(*row);
-    }
+    m_removals->post(
+        record, m_model->store().dates().formatTimestamp(record.date.value_or(std::string_view()),
+                                                         m_runtime.newDateFormat));
 }
 
 void ScanView::doubleClickTable(const QModelIndex& index) {
@@ -150,34 +149,37 @@ void ScanView::doubleClickTable(const QModelIndex& index) {
     sheet->open();
 }
 
-std::vector<int> ScanView::selectedRows() const {
+std::vector<EventId> ScanView::selectedEvents() const {
     // Read from the selection's ranges: selecting all of ten million rows is one range.
-    std::vector<int> rows;
+    std::vector<EventId> events;
     for (const QItemSelectionRange& range : m_ui->tableView->selectionModel()->selection()) {
         for (int row = range.top(); row <= range.bottom(); ++row) {
-            rows.push_back(row);
+            events.push_back(m_model->eventAt(row));
         }
     }
-    std::sort(rows.begin(), rows.end());
-    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    return rows;
-}
-
-std::vector<int> ScanView::allRows() const {
-    std::vector<int> rows(static_cast<std::size_t>(m_model->rowCount()));
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        rows[i] = static_cast<int>(i);
+    // Rows from the top hold ever older events: one range gives them in descending order.
+    if (std::is_sorted(events.begin(), events.end(), std::greater<>())) {
+        std::reverse(events.begin(), events.end());
+    } else {
+        std::sort(events.begin(), events.end());
     }
-    return rows;
-}
-
-std::vector<EventId> ScanView::eventsAt(const std::vector<int>& rows) const {
-    std::vector<EventId> events;
-    events.reserve(rows.size());
-    for (const int row : rows) {
-        events.push_back(m_model->eventAt(row));
-    }
+    events.erase(std::unique(events.begin(), events.end()), events.end());
     return events;
+}
+
+std::optional<ScanView::Choice> ScanView::chooseEvents(const QString& allButton) {
+    m_removals->drain();
+    if (std::vector<EventId> selected = selectedEvents(); !selected.empty()) {
+        return Choice{std::move(selected), false};
+    }
+    // All events are those in the list as the alert opens, not those that arrive while it is.
+    const EventStore& store = m_model->store();
+    const EventId before = store.nextId();
+    if (!showAlert(this, tr("No events selected"),
+                   tr("Please select specific events or check all events."), allButton)) {
+        return std::nullopt;
+    }
+    return Choice{store.eventsInList(before), true};
 }
 
 void ScanView::startTask(PageTask* task, void (ScanView::*finished)()) {
@@ -190,53 +192,39 @@ void ScanView::startTask(PageTask* task, void (ScanView::*finished)()) {
     task->start();
 }
 
-std::optional<bool> ScanView::selectionOrAll(const QString& allButton) {
-    if (m_ui->tableView->selectionModel()->hasSelection()) {
-        return false;
-    }
-    if (showAlert(this, tr("No events selected"),
-                  tr("Please select specific events or check all events."), allButton)) {
-        return true;
-    }
-    return std::nullopt;
-}
-
 void ScanView::deleteEvents() {
     if (m_task) {
         return;
     }
-    const std::optional<bool> chosen = selectionOrAll(tr("Delete all events"));
+    std::optional<Choice> chosen = chooseEvents(tr("Delete all events"));
     if (!chosen) {
         return;
     }
-    const bool all = *chosen;
     const bool confirmed =
-        all ? askYesNo(this, tr("Are you sure you want to delete all events?"),
+        chosen->all
+            ? askYesNo(this, tr("Are you sure you want to delete all events?"),
                        tr("By clicking 'Yes' you will permanently delete all events."))
             : askYesNo(this, tr("Are you sure you want to delete selected events?"),
                        tr("By clicking 'Yes' you will permanently delete selected events."));
     if (!confirmed) {
         return;
     }
-    // The alerts ran an event loop: a new event may have come in and dropped the selection.
-    const std::vector<int> rows = all ? allRows() : selectedRows();
-    std::vector<EventId> events = eventsAt(rows);
-    m_model->removeEventRows(rows);
-    m_ui->tableView->clearSelection();
-    startTask(new EventDeletion(this, m_model->store(), std::move(events), m_runtime.newDateFormat,
-                                m_dataDirectory, m_progressDelay),
-              &ScanView::deletionFinished);
+    // Removals that arrived while the question was open come first.
+    m_removals->drain();
+    auto* deletion = new EventDeletion(this, *m_model, std::move(chosen->events),
+                                       m_runtime.newDateFormat, m_dataDirectory, m_progressDelay);
+    connect(deletion, &EventDeletion::rowsRemoved, m_ui->tableView, &QTableView::clearSelection);
+    startTask(deletion, &ScanView::deletionFinished);
 }
 
 void ScanView::exportEvents() {
     if (m_task) {
         return;
     }
-    const std::optional<bool> chosen = selectionOrAll(tr("Export all events"));
+    std::optional<Choice> chosen = chooseEvents(tr("Export all events"));
     if (!chosen) {
         return;
     }
-    const bool all = *chosen;
     const std::optional<QString> path =
         chooseFileToSave(this, tr("Please select export file name with 'txt' or 'csv' extensions:"),
                          {{tr("Text"), {QStringLiteral("txt")}},
@@ -244,6 +232,7 @@ void ScanView::exportEvents() {
     if (!path) {
         return;
     }
+    m_removals->drain();
     // The columns as the user arranged them.
     const QHeaderView& header = *m_ui->tableView->horizontalHeader();
     std::vector<int> columns;
@@ -253,9 +242,8 @@ void ScanView::exportEvents() {
         titles.push_back(
             m_model->headerData(columns.back(), Qt::Horizontal).toString().toStdString());
     }
-    startTask(new EventExport(this, *m_model, eventsAt(all ? allRows() : selectedRows()),
-                              std::move(columns), titles, QFile::encodeName(*path).toStdString(),
-                              m_progressDelay),
+    startTask(new EventExport(this, *m_model, std::move(chosen->events), std::move(columns), titles,
+                              QFile::encodeName(*path).toStdString(), m_progressDelay),
               &ScanView::exportFinished);
 }
 

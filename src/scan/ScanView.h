@@ -23,6 +23,7 @@ class ScanView;
 
 namespace velmora {
 
+class EventRemovals;
 class EventTableModel;
 class PageTask;
 struct RuntimeSettings;
@@ -36,6 +37,11 @@ struct RuntimeSettings;
 // Delete and Export work on the selected rows, or on all rows when the user asks for all events
 // in the alert that says none is selected. Either can take long over millions of events: past
 // half a second a progress sheet covers the window while it goes on (see PageTask).
+//
+// Both read which events they cover at their first step, before any alert or file chooser
+// opens: while one is open the server's events keep arriving, each one dropping the selection
+// and pushing the rows down, and the server may remove events. The events chosen then are the
+// ones deleted or exported, less those that have left the list in the meantime.
 class ScanView : public QWidget {
     Q_OBJECT
 
@@ -51,7 +57,9 @@ public:
     // insertEvent: a new event decorated at once and put at the top; drops the user's selection.
     EventId insertEvent(const EventFields& fields, Dictionary extras);
     // removeEvent: removes the first row (the newest) whose date is the record's time stamp in
-    // the current format and whose priority, host and message equal the record's.
+    // the current format and whose priority, host and message equal the record's, as the list
+    // stands now. It is matched in a slice of the event loop and its row leaves the table with
+    // the next batch of changes (see EventRemovals).
     void removeEvent(const EventFields& record);
 
     // Each time the page is shown.
@@ -90,6 +98,7 @@ private:
     const RuntimeSettings& m_runtime;
     std::string m_dataDirectory;
     EventTableModel* m_model;
+    EventRemovals* m_removals;
     std::chrono::milliseconds m_progressDelay;
     std::string m_testAddress;
     std::uint16_t m_testPort;
@@ -98,13 +107,16 @@ private:
     void setUpTable();
     void setUpLinks();
     void setUpButtons();
-    // Model rows, ascending: those selected, or every row.
-    std::vector<int> selectedRows() const;
-    // Whether an operation covers every row: false with a selection; with none, true when the
-    // administrator takes the alert's offer of all events (button `allButton`), else nullopt.
-    std::optional<bool> selectionOrAll(const QString& allButton);
-    std::vector<int> allRows() const;
-    std::vector<EventId> eventsAt(const std::vector<int>& rows) const;
+    struct Choice {
+        std::vector<EventId> events; // ascending
+        bool all;                    // the administrator asked for all events
+    };
+
+    // The events of the selected rows, ascending.
+    std::vector<EventId> selectedEvents() const;
+    // The selected events; with none selected, every event in the list when the administrator
+    // takes the alert's offer of all events (check box `allButton`), else nullopt.
+    std::optional<Choice> chooseEvents(const QString& allButton);
     void startTask(PageTask* task, void (ScanView::*finished)());
 };
 

@@ -114,10 +114,12 @@ void LiveNotificationTest::setAndRemoveFollowTheServer() {
 
     m_window->scan();
     m_window->syslogNotify(notification("Remove", "1700000000", "Kern.Error", "first"));
+    runQueued();
     QCOMPARE(model().rowCount(), 1);
     QCOMPARE(top(EventTableModel::MessageColumn), "second");
     // A removal leaves the counters, and one that matches nothing leaves everything.
     m_window->syslogNotify(notification("Remove", "1700000000", "Kern.Error", "first"));
+    runQueued();
     QCOMPARE(model().rowCount(), 1);
     QCOMPARE(store().counters()[Severity::Error], 1);
 }

@@ -1,3 +1,4 @@
+#include <functional>
 #include <memory>
 
 #include <QCheckBox>
@@ -70,6 +71,11 @@ private slots:
     void exportWritesTheShownTexts_data();
     void exportWritesTheShownTexts();
     void exportOfAnEmptyTableWritesTheHeader();
+    void theEventsChosenFirstAreTheOnesDeleted_data();
+    void theEventsChosenFirstAreTheOnesDeleted();
+    void theEventsChosenFirstAreTheOnesExported_data();
+    void theEventsChosenFirstAreTheOnesExported();
+    void cancelLeavesTheFilesAsTheyWere();
     void testButtonSendsTheDatagram();
 
 private:
@@ -84,6 +90,14 @@ private:
     void open(const QByteArray& log);
     void select(const QList<int>& rows);
     void press(const char* button);
+    // What the server does while a question is open: a new event, and maybe the removal of
+    // kFirst's event.
+    void serverActs(bool removesFirst);
+    // Answers the alert that says no events are selected by asking for all of them, then the
+    // dialog that follows with `then`.
+    template <typename Dialog>
+    void answerAllEventsThen(std::function<void(Dialog&)> then);
+    QStringList messages();
 };
 
 void ScanOperationsTest::init() {
@@ -120,6 +134,31 @@ void ScanOperationsTest::press(const char* button) {
     auto* pressed = m_page->findChild<QPushButton*>(button);
     QVERIFY(pressed != nullptr);
     QTest::mouseClick(pressed, Qt::LeftButton);
+}
+
+void ScanOperationsTest::serverActs(bool removesFirst) {
+    m_page->insertEvent(test::record("1700000009", "User.Notice", "10.0.0.9", "arrived"), {});
+    if (removesFirst) {
+        m_page->removeEvent(test::record("1700000000", "Local7.Debug", "10.0.0.1", "first"));
+    }
+    test::runQueued();
+}
+
+template <typename Dialog>
+void ScanOperationsTest::answerAllEventsThen(std::function<void(Dialog&)> then) {
+    whenModal<QMessageBox>([then](QMessageBox& box) {
+        box.checkBox()->setChecked(true);
+        whenModal<Dialog>(then);
+        box.buttons().front()->click();
+    });
+}
+
+QStringList ScanOperationsTest::messages() {
+    QStringList shown;
+    for (int row = 0; row < model().rowCount(); ++row) {
+        shown << test::cell(model(), row, EventTableModel::MessageColumn).toString();
+    }
+    return shown;
 }
 
 void ScanOperationsTest::noSelectionAsksForAllEvents_data() {
@@ -323,9 +362,7 @@ void ScanOperationsTest::exportOfAnEmptyTableWritesTheHeader() {
     const QString target = m_dir.filePath("empty.csv");
     whenModal<QMessageBox>([&](QMessageBox& box) {
         box.checkBox()->setChecked(true);
-        whenModal<QFileDialog>([&](QFileDialog& chooser) {
-            test::chooseFile(chooser, target);
-        });
+        whenModal<QFileDialog>([&](QFileDialog& chooser) { test::chooseFile(chooser, target); });
         box.buttons().front()->click();
     });
     QSignalSpy finished(m_page.get(), &ScanView::exportFinished);
@@ -333,6 +370,134 @@ void ScanOperationsTest::exportOfAnEmptyTableWritesTheHeader() {
 
     QVERIFY(finished.count() == 1 || finished.wait());
     QCOMPARE(readAll(target), QByteArray(",Date,Priority,Host,Message\n"));
+}
+
+void ScanOperationsTest::theEventsChosenFirstAreTheOnesDeleted_data() {
+    QTest::addColumn<QList<int>>("selected");
+    QTest::addColumn<bool>("removesFirst");
+    QTest::addColumn<QByteArray>("left");
+    QTest::addColumn<QStringList>("shown");
+    // Rows: third, second, first. An event the server removed is no longer there to delete:
+    // its line stays for the server to cut.
+    QTest::newRow("a new event") << QList<int>{0, 2} << false << kSecond
+                                 << QStringList{"arrived", "second, with a comma"};
+    QTest::newRow("a new event, a chosen one removed")
+        << QList<int>{0, 2} << true << kFirst + kSecond
+        << QStringList{"arrived", "second, with a comma"};
+    QTest::newRow("all events, a new one, one removed")
+        << QList<int>{} << true << kFirst << QStringList{"arrived"};
+}
+
+void ScanOperationsTest::theEventsChosenFirstAreTheOnesDeleted() {
+    QFETCH(QList<int>, selected);
+    QFETCH(bool, removesFirst);
+    QFETCH(QByteArray, left);
+    QFETCH(QStringList, shown);
+    open(kFirst + kSecond + kThird);
+    select(selected);
+
+    const std::function<void(QMessageBox&)> confirm = [&](QMessageBox& box) {
+        serverActs(removesFirst);
+        buttonWithText(box, "Yes")->click();
+    };
+    if (selected.isEmpty()) {
+        answerAllEventsThen(confirm);
+    } else {
+        whenModal<QMessageBox>(confirm);
+    }
+    QSignalSpy finished(m_page.get(), &ScanView::deletionFinished);
+    m_page->deleteEvents();
+
+    QVERIFY(finished.count() == 1 || finished.wait());
+    QCOMPARE(readAll(logPath()), left);
+    QCOMPARE(messages(), shown);
+    QVERIFY(!table().selectionModel()->hasSelection());
+}
+
+void ScanOperationsTest::theEventsChosenFirstAreTheOnesExported_data() {
+    QTest::addColumn<QList<int>>("selected");
+    QTest::addColumn<bool>("removesFirst");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray header = ",Date,Priority,Host,Message\n";
+    const QByteArray third = ",2023-11-14 22:13:22,Auth.Notice,10.0.0.3,third\n";
+    const QByteArray second = ",2023-11-14 22:13:21,Kern.Error,10.0.0.2,second, with a comma\n";
+    const QByteArray first = ",2023-11-14 22:13:20,Local7.Debug,10.0.0.1,first\n";
+    QTest::newRow("a new event") << QList<int>{0, 2} << false << header + third + first;
+    QTest::newRow("a new event, a chosen one removed")
+        << QList<int>{0, 2} << true << header + third;
+    QTest::newRow("all events, a new one")
+        << QList<int>{} << false << header + third + second + first;
+}
+
+void ScanOperationsTest::theEventsChosenFirstAreTheOnesExported() {
+    QFETCH(QList<int>, selected);
+    QFETCH(bool, removesFirst);
+    QFETCH(QByteArray, expected);
+    open(kFirst + kSecond + kThird);
+    select(selected);
+    const QString target = m_dir.filePath("chosen.csv");
+
+    const std::function<void(QFileDialog&)> choose = [&](QFileDialog& chooser) {
+        serverActs(removesFirst);
+        test::chooseFile(chooser, target);
+    };
+    if (selected.isEmpty()) {
+        answerAllEventsThen(choose);
+    } else {
+        whenModal<QFileDialog>(choose);
+    }
+    QSignalSpy finished(m_page.get(), &ScanView::exportFinished);
+    m_page->exportEvents();
+
+    QVERIFY(finished.count() == 1 || finished.wait());
+    QCOMPARE(readAll(target), expected);
+}
+
+// Cancel while the deletion table is built, or an export written: nothing changes and no file
+// is left. Once the rows have left the table the rewrite can no longer be stopped.
+void ScanOperationsTest::cancelLeavesTheFilesAsTheyWere() {
+    QByteArray log;
+    for (int i = 0; i < 2000; ++i) {
+        log += "17000" + QByteArray::number(10000 + i) + ",User.Warning,10.0.0.9,event\n";
+    }
+    open(log);
+    m_page->setProgressDelay(std::chrono::milliseconds(0));
+    const auto cancelWhenShown = [this](bool cancellable) {
+        auto* sheet = m_page->findChild<ProgressSheet*>();
+        QVERIFY(sheet != nullptr && sheet->isVisible());
+        auto* cancel = sheet->findChild<QPushButton*>("progressCancel");
+        QCOMPARE(cancel->isEnabled(), cancellable);
+        sheet->reject();
+    };
+
+    answerAllEventsThen<QMessageBox>(
+        [](QMessageBox& confirm) { buttonWithText(confirm, "Yes")->click(); });
+    QSignalSpy deleted(m_page.get(), &ScanView::deletionFinished);
+    m_page->deleteEvents();
+    cancelWhenShown(true);
+    QVERIFY(deleted.wait());
+    QCOMPARE(model().rowCount(), 2000);
+    QCOMPARE(readAll(logPath()), log);
+    QCOMPARE(m_store->counters()[Severity::Warning], 2000);
+
+    const QString target = m_dir.filePath("cancelled.txt");
+    answerAllEventsThen<QFileDialog>(
+        [&](QFileDialog& chooser) { test::chooseFile(chooser, target); });
+    QSignalSpy exported(m_page.get(), &ScanView::exportFinished);
+    m_page->exportEvents();
+    cancelWhenShown(true);
+    QVERIFY(exported.wait());
+    QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files), QStringList{"events.log"});
+
+    select({0, 1999});
+    whenModal<QMessageBox>([](QMessageBox& confirm) { buttonWithText(confirm, "Yes")->click(); });
+    QSignalSpy removed(&model(), &EventTableModel::rowsRemoved);
+    m_page->deleteEvents();
+    QVERIFY(removed.count() > 0 || removed.wait());
+    cancelWhenShown(false);
+    QVERIFY(deleted.count() == 2 || deleted.wait());
+    QCOMPARE(model().rowCount(), 1998);
+    QCOMPARE(readAll(logPath()).count('\n'), 1998);
 }
 
 void ScanOperationsTest::testButtonSendsTheDatagram() {

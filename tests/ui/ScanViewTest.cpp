@@ -192,12 +192,14 @@ void ScanViewTest::removeEventTakesOnlyTheNewerOfTwoIdenticalRows() {
     runQueued();
 
     m_page->removeEvent(twin);
+    runQueued();
     QCOMPARE(model().rowCount(), 2);
     QCOMPARE(idAt(model(), 0), static_cast<quint32>(other));
     QCOMPARE(idAt(model(), 1), static_cast<quint32>(older));
 
     m_page->removeEvent(twin);
     m_page->removeEvent(twin); // no such row left
+    runQueued();
     QCOMPARE(model().rowCount(), 1);
     QCOMPARE(idAt(model(), 0), static_cast<quint32>(other));
 }
@@ -224,6 +226,7 @@ void ScanViewTest::removeEventMatchesExactly() {
     runQueued();
 
     m_page->removeEvent(removal);
+    runQueued();
     QCOMPARE(model().rowCount(), rowsLeft);
 }
 
@@ -239,6 +242,7 @@ void ScanViewTest::removeEventUsesTheCurrentFormat() {
 
     m_page->removeEvent(record("1700000000", "Local7.Debug", "h", "hidden"));
     m_page->removeEvent(record("1700000000", "Local7.Debug", "h", "shown"));
+    runQueued();
     QCOMPARE(model().rowCount(), 1);
     QCOMPARE(cell(model(), 0, EventTableModel::MessageColumn).toString(), "hidden");
 }

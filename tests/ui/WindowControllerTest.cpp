@@ -351,6 +351,7 @@ void WindowControllerTest::removeNotificationRemovesTheNewerTwin() {
     const EventId older = m_window->setNotification(record("1700000000", "Local7.Debug"));
     m_window->setNotification(record("1700000000", "Local7.Debug"));
     m_window->removeNotification(record("1700000000", "Local7.Debug"));
+    runQueued();
     QCOMPARE(model().rowCount(), 1);
     QCOMPARE(cell(model(), 0, 0, EventTableModel::EventIdRole).value<quint32>(),
              static_cast<quint32>(older));

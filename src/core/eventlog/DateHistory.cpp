@@ -38,17 +38,31 @@ std::vector<DateHistory::Entry>::const_iterator DateHistory::entryAt(std::uint32
 DateHistory::RowState DateHistory::initialState(std::optional<std::string_view> date,
                                                 bool decorated, std::uint32_t startEpoch,
                                                 Severity severity) const {
-    RowState state{date ? std::optional<std::string>(*date) : std::nullopt, std::nullopt,
-                   startEpoch};
+    RowState state;
+    resetState(state, date, decorated, startEpoch, severity);
+    return state;
+}
+
+void DateHistory::resetState(RowState& state, std::optional<std::string_view> date, bool decorated,
+                             std::uint32_t startEpoch, Severity severity) const {
+    // Assigned, not replaced: the state's text keeps its buffer from row to row.
+    if (date) {
+        if (!state.date) {
+            state.date.emplace();
+        }
+        state.date->assign(*date);
+    } else {
+        state.date.reset();
+    }
+    state.image.reset();
+    state.epoch = startEpoch;
     if (decorated && startEpoch > 0) {
         const Entry& entry = *entryAt(startEpoch - 1);
         if (state.date) {
-            const DateFormat& writing = m_formats.get(entry.newFormat);
-            state.date = convertDate(*state.date, *state.date, writing, writing);
+            writeDate(state, timestampFromText(*state.date), entry.newFormat);
         }
         state.image = entry.levels.levelOf(severity);
     }
-    return state;
 }
 
 void DateHistory::advance(RowState& state, Severity severity, std::uint32_t endEpoch) const {
@@ -78,19 +92,16 @@ void DateHistory::replay(RowState& state, const Entry& entry, Severity severity,
 bool DateHistory::rewrite(RowState& state, const Entry& entry, Severity severity) const {
     bool changed = false;
     if (state.date) {
-        const std::string& date = *state.date;
-        std::optional<std::string> rewritten;
-        if (isDigitsOnly(date)) {
-            const DateFormat& writing = m_formats.get(entry.newFormat);
-            rewritten = convertDate(date, date, writing, writing);
-            changed = rewritten != state.date;
+        if (isDigitsOnly(*state.date)) {
+            changed = writeDate(state, timestampFromText(*state.date), entry.newFormat);
         } else if (entry.oldFormat != entry.newFormat) {
-            rewritten = convertDate(date, entry.oldFormat, m_formats.get(entry.oldFormat),
-                                    m_formats.get(entry.newFormat));
-            changed = rewritten != state.date;
-        }
-        if (changed) {
-            state.date = std::move(rewritten);
+            if (const std::optional<double> instant =
+                    m_formats.get(entry.oldFormat).reader.parse(*state.date)) {
+                changed = writeDate(state, *instant, entry.newFormat);
+            } else {
+                state.date.reset();
+                changed = true;
+            }
         }
     }
     // A level outside 0 to 2 leaves the earlier image in place.
@@ -102,14 +113,23 @@ bool DateHistory::rewrite(RowState& state, const Entry& entry, Severity severity
     return changed;
 }
 
+bool DateHistory::writeDate(RowState& state, double instant, std::string_view format) const {
+    const std::string_view text = m_formats.get(format).writer.format(instant);
+    if (*state.date == text) {
+        return false;
+    }
+    state.date->assign(text);
+    return true;
+}
+
 std::string DateHistory::formatTimestamp(std::string_view timestamp,
                                          std::string_view format) const {
-    return m_formats.get(format).format(timestampFromText(timestamp));
+    return std::string(m_formats.get(format).writer.format(timestampFromText(timestamp)));
 }
 
 std::optional<double> DateHistory::parseDisplayed(std::string_view text,
                                                   std::string_view format) const {
-    return m_formats.get(format).parse(text);
+    return m_formats.get(format).reader.parse(text);
 }
 
 } // namespace velmora

@@ -52,6 +52,9 @@ public:
     // read as a time stamp (whatever it holds) and written in the decoration's format.
     RowState initialState(std::optional<std::string_view> date, bool decorated,
                           std::uint32_t startEpoch, Severity severity) const;
+    // The same into an existing state, whose text keeps its buffer: for passes over many rows.
+    void resetState(RowState& state, std::optional<std::string_view> date, bool decorated,
+                    std::uint32_t startEpoch, Severity severity) const;
 
     // Replays the appearances from state.epoch up to `endEpoch` (exclusive; a row removed from
     // the list stops changing), or up to now.
@@ -83,6 +86,8 @@ private:
     void replay(RowState& state, const Entry& entry, Severity severity, std::uint32_t times) const;
     // One appearance; returns whether the row changed.
     bool rewrite(RowState& state, const Entry& entry, Severity severity) const;
+    // Writes the instant as the state's date (which it has); returns whether that changed it.
+    bool writeDate(RowState& state, double instant, std::string_view format) const;
 };
 
 } // namespace velmora

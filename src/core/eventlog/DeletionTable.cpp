@@ -1,8 +1,11 @@
 #include "core/eventlog/DeletionTable.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
+#include <charconv>
 #include <cinttypes>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -46,7 +49,35 @@ std::string countText(std::int64_t value) {
     return std::string(buffer, static_cast<std::size_t>(length));
 }
 
+// The whole seconds "%.0f" writes for an instant that is a whole number an integer holds exactly
+// (not -0, which it writes with its sign); nullopt for any other.
+std::optional<std::int64_t> wholeStamp(double seconds) {
+    constexpr double kExactLimit = 9007199254740992.0; // 2^53
+    if (!(std::fabs(seconds) < kExactLimit) || seconds != std::floor(seconds) ||
+        (seconds == 0 && std::signbit(seconds))) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(seconds);
+}
+
+struct StampText {
+    std::array<char, 24> digits;
+    std::size_t length;
+    std::string_view view() const { return {digits.data(), length}; }
+};
+
+StampText stampText(std::int64_t stamp) {
+    StampText text{};
+    text.length = static_cast<std::size_t>(
+        std::to_chars(text.digits.data(), text.digits.data() + text.digits.size(), stamp).ptr -
+        text.digits.data());
+    return text;
+}
+
 } // namespace
+
+DeletionTable::DeletionTable()
+    : m_slots(8) {}
 
 bool DeletionTable::isText(std::string_view line) {
     return line.find('\0') == std::string_view::npos && isValidUtf8(line);
@@ -66,60 +97,240 @@ std::size_t DeletionTable::fingerprint(std::string_view line) {
     return static_cast<std::size_t>(mixed >> 48);
 }
 
-void DeletionTable::store(std::string_view line, std::string count) {
-    const bool left = countValue(count) > 0;
-    const auto it = m_counts.find(line);
-    if (it == m_counts.end()) {
-        m_counts.emplace(std::string(line), std::move(count));
-        const std::size_t bit = fingerprint(line);
-        m_filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
-    } else {
-        m_keysLeft -= countValue(it->second) > 0 ? 1 : 0;
-        it->second = std::move(count);
+std::uint64_t DeletionTable::hashOf(std::string_view line) {
+    return std::hash<std::string_view>{}(line);
+}
+
+void DeletionTable::reserve(std::size_t lines) {
+    std::size_t slots = m_slots.size();
+    while (slots * 3 < lines * 4) {
+        slots *= 2;
     }
-    m_keysLeft += left ? 1 : 0;
+    m_keys.reserve(lines);
+    if (slots != m_slots.size()) {
+        rehash(slots);
+    }
+}
+
+void DeletionTable::writeLine(const Key& key, std::string& out) const {
+    out.clear();
+    if (key.priority == kWholeLine) {
+        out.append(key.text, key.length);
+        return;
+    }
+    out.append(stampText(key.stamp).view()).append(",").append(m_fields[key.priority]);
+    out.append(",").append(m_fields[key.host]).append(",").append(key.text, key.length);
+    out.append("\n");
+}
+
+bool DeletionTable::keyIs(const Key& key, std::string_view line) const {
+    const std::string_view text(key.text, key.length);
+    if (key.priority == kWholeLine) {
+        return line == text;
+    }
+    const StampText stamp = stampText(key.stamp);
+    const std::string_view priority = m_fields[key.priority];
+    const std::string_view host = m_fields[key.host];
+    if (line.size() != stamp.length + priority.size() + host.size() + text.size() + 4) {
+        return false;
+    }
+    // The parts in turn, each followed by its separator.
+    for (const auto& [part, end] : {std::pair{stamp.view(), ','}, std::pair{priority, ','},
+                                    std::pair{host, ','}, std::pair{text, '\n'}}) {
+        if (!line.starts_with(part) || line[part.size()] != end) {
+            return false;
+        }
+        line.remove_prefix(part.size() + 1);
+    }
+    return true;
+}
+
+std::size_t DeletionTable::slotOf(std::string_view line, std::uint64_t hash) const {
+    const std::size_t mask = m_slots.size() - 1;
+    const auto tag = static_cast<std::uint32_t>(hash);
+    for (std::size_t at = static_cast<std::size_t>(hash >> m_shift);; at = (at + 1) & mask) {
+        const Slot& slot = m_slots[at];
+        if (slot.key == kNoKey || (slot.tag == tag && keyIs(m_keys[slot.key], line))) {
+            return at;
+        }
+    }
+}
+
+std::optional<std::uint32_t> DeletionTable::find(std::string_view line) const {
+    const std::uint32_t key = m_slots[slotOf(line, hashOf(line))].key;
+    return key == kNoKey ? std::nullopt : std::optional<std::uint32_t>(key);
+}
+
+void DeletionTable::insert(std::size_t slot, std::uint64_t hash, std::string_view line, Key key) {
+    const auto index = static_cast<std::uint32_t>(m_keys.size());
+    m_keysLeft += key.count > 0 ? 1 : 0;
+    m_keys.push_back(key);
+    m_slots[slot] = {index, static_cast<std::uint32_t>(hash)};
+    const std::size_t bit = fingerprint(line);
+    m_filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
+    if (m_keys.size() * 4 > m_slots.size() * 3) {
+        rehash(m_slots.size() * 2);
+    }
+}
+
+void DeletionTable::rehash(std::size_t slots) {
+    m_slots.assign(slots, Slot{});
+    m_shift = 64 - std::countr_zero(slots);
+    const std::size_t mask = slots - 1;
+    std::string line;
+    for (std::uint32_t index = 0; index < m_keys.size(); ++index) {
+        writeLine(m_keys[index], line);
+        const std::uint64_t hash = hashOf(line);
+        std::size_t at = static_cast<std::size_t>(hash >> m_shift);
+        while (m_slots[at].key != kNoKey) {
+            at = (at + 1) & mask;
+        }
+        m_slots[at] = {index, static_cast<std::uint32_t>(hash)};
+    }
+}
+
+std::uint32_t DeletionTable::fieldId(std::string_view text) {
+    RecentField& recent = m_recentFields[(reinterpret_cast<std::uintptr_t>(text.data()) >> 3) %
+                                         m_recentFields.size()];
+    if (recent.data == text.data() && recent.length == text.size() && m_fields[recent.id] == text) {
+        return recent.id;
+    }
+    auto it = m_fieldIds.find(text);
+    if (it == m_fieldIds.end()) {
+        // The map's key views the table's own copy.
+        const auto id = static_cast<std::uint32_t>(m_fields.size());
+        it = m_fieldIds.emplace(m_fields.emplace_back(text), id).first;
+    }
+    recent = {text.data(), text.size(), it->second};
+    return it->second;
+}
+
+void DeletionTable::setCountValue(Key& key, std::int64_t count) {
+    m_keysLeft -= key.count > 0 ? 1 : 0;
+    key.count = count;
+    m_keysLeft += count > 0 ? 1 : 0;
+}
+
+void DeletionTable::prefetchSlot(std::uint64_t hash) const {
+    __builtin_prefetch(&m_slots[static_cast<std::size_t>(hash >> m_shift)]);
+}
+
+void DeletionTable::raise(std::uint32_t index) {
+    Key& key = m_keys[index];
+    setCountValue(key, key.count == std::numeric_limits<std::int64_t>::max() ? key.count
+                                                                             : key.count + 1);
+    m_countTexts.erase(index);
 }
 
 void DeletionTable::add(std::string_view line) {
     if (!isText(line)) {
         return;
     }
-    const auto it = m_counts.find(line);
-    if (it == m_counts.end()) {
-        store(line, "1");
+    const std::uint64_t hash = hashOf(line);
+    const std::size_t slot = slotOf(line, hash);
+    if (const std::uint32_t index = m_slots[slot].key; index != kNoKey) {
+        raise(index);
         return;
     }
-    const std::int64_t count = countValue(it->second);
-    store(line, countText(count == std::numeric_limits<std::int64_t>::max() ? count : count + 1));
+    const std::string& copy = m_lines.emplace_back(line);
+    insert(slot, hash, copy,
+           {1, 0, copy.data(), static_cast<std::uint32_t>(copy.size()), kWholeLine, 0});
+}
+
+void DeletionTable::addEvents(std::span<const EventLine> events) {
+    std::array<Key, kBatch> keys{};
+    std::array<std::uint64_t, kBatch> hashes{};
+    std::array<bool, kBatch> entered{};
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        const EventLine& e = events[i];
+        const std::optional<std::int64_t> stamp = wholeStamp(e.seconds);
+        if (!stamp) {
+            add(deletionLine(e.seconds, e.priority, e.host, e.message));
+        } else if (isText(e.priority) && isText(e.host) && isText(e.message)) {
+            keys[i] = {1,
+                       *stamp,
+                       e.message.data(),
+                       static_cast<std::uint32_t>(e.message.size()),
+                       fieldId(e.priority),
+                       fieldId(e.host)};
+            writeLine(keys[i], m_batchLines[i]);
+            hashes[i] = hashOf(m_batchLines[i]);
+            prefetchSlot(hashes[i]);
+            entered[i] = true;
+        }
+    }
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (!entered[i]) {
+            continue;
+        }
+        const std::size_t slot = slotOf(m_batchLines[i], hashes[i]);
+        if (const std::uint32_t index = m_slots[slot].key; index != kNoKey) {
+            raise(index);
+        } else {
+            insert(slot, hashes[i], m_batchLines[i], keys[i]);
+        }
+    }
 }
 
 void DeletionTable::setCount(std::string_view line, std::string count) {
-    if (isText(line)) {
-        store(line, std::move(count));
+    if (!isText(line)) {
+        return;
+    }
+    const std::int64_t value = countValue(count);
+    std::uint32_t index = m_slots[slotOf(line, hashOf(line))].key;
+    if (index == kNoKey) {
+        add(line);
+        index = *find(line);
+    }
+    setCountValue(m_keys[index], value);
+    if (countText(value) == count) {
+        m_countTexts.erase(index);
+    } else {
+        m_countTexts[index] = std::move(count);
     }
 }
 
 bool DeletionTable::take(std::string_view line) {
     const std::size_t bit = fingerprint(line);
-    if ((m_filter[bit / 64] >> (bit % 64) & 1) == 0) {
+    return (m_filter[bit / 64] >> (bit % 64) & 1) != 0 && takeHashed(line, hashOf(line));
+}
+
+void DeletionTable::takeEach(std::span<const std::string_view> lines, std::span<bool> taken) {
+    std::array<std::uint64_t, kBatch> hashes{};
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const std::size_t bit = fingerprint(lines[i]);
+        taken[i] = (m_filter[bit / 64] >> (bit % 64) & 1) != 0;
+        if (taken[i]) {
+            hashes[i] = hashOf(lines[i]);
+            prefetchSlot(hashes[i]);
+        }
+    }
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        taken[i] = taken[i] && takeHashed(lines[i], hashes[i]);
+    }
+}
+
+bool DeletionTable::takeHashed(std::string_view line, std::uint64_t hash) {
+    const std::uint32_t index = m_slots[slotOf(line, hash)].key;
+    if (index == kNoKey || m_keys[index].count <= 0) {
         return false;
     }
-    const auto it = m_counts.find(line);
-    if (it == m_counts.end()) {
-        return false;
+    setCountValue(m_keys[index], m_keys[index].count - 1);
+    if (!m_countTexts.empty()) {
+        m_countTexts.erase(index);
     }
-    const std::int64_t left = countValue(it->second);
-    if (left <= 0) {
-        return false;
-    }
-    it->second = countText(left - 1);
-    m_keysLeft -= left == 1 ? 1 : 0;
     return true;
 }
 
-std::optional<std::string_view> DeletionTable::count(std::string_view line) const {
-    const auto it = m_counts.find(line);
-    return it == m_counts.end() ? std::nullopt : std::optional<std::string_view>(it->second);
+std::optional<std::string> DeletionTable::count(std::string_view line) const {
+    const std::optional<std::uint32_t> index = find(line);
+    if (!index) {
+        return std::nullopt;
+    }
+    if (const auto text = m_countTexts.find(*index); text != m_countTexts.end()) {
+        return text->second;
+    }
+    return countText(m_keys[*index].count);
 }
 
 std::string deletionLine(double seconds, std::string_view priority, std::string_view host,

@@ -1,6 +1,7 @@
 #include "core/eventlog/EventStore.h"
 
 #include <algorithm>
+#include <array>
 
 namespace velmora {
 
@@ -45,6 +46,10 @@ EventId EventStore::enter(const Event& e) {
     }
     classify(e.priority);
     m_counters.count(m_countedAs[e.priority]);
+    // Once the index of searches has caught up with the list, it keeps up with new events.
+    if (m_matchIndex.started() && m_matchIndex.end() == id) {
+        m_matchIndex.add(matchHash(e, id));
+    }
     return EventId{id};
 }
 
@@ -169,6 +174,16 @@ std::optional<std::string> EventStore::date(EventId id) const {
     return state(id).date;
 }
 
+const std::optional<std::string>& EventStore::date(EventId id,
+                                                   DateHistory::RowState& scratch) const {
+    const auto key = static_cast<std::uint32_t>(id);
+    const Severity severity = displaySeverity(id);
+    m_dates.resetState(scratch, rawDate(id), (m_events[key].flags & kDecorated) != 0,
+                       startEpoch(key), severity);
+    m_dates.advance(scratch, severity, endEpoch(key));
+    return scratch.date;
+}
+
 std::optional<Level> EventStore::image(EventId id) const {
     return state(id).image;
 }
@@ -178,10 +193,61 @@ void EventStore::appear(std::string_view oldDateFormat, std::string_view newDate
     m_dates.appear(oldDateFormat, newDateFormat, levels);
 }
 
-void EventStore::removeRows(std::span<const std::size_t> rows) {
-    if (m_endEpochs.empty() && !rows.empty()) {
+bool EventStore::inList(EventId id) const {
+    const auto key = static_cast<std::uint32_t>(id);
+    return key < m_events.size() && endEpoch(key) == kInList;
+}
+
+std::vector<EventId> EventStore::eventsInList(EventId before) const {
+    const std::uint32_t* const end =
+        std::lower_bound(m_rows.begin(), m_rows.end(), static_cast<std::uint32_t>(before));
+    std::vector<EventId> events(static_cast<std::size_t>(end - m_rows.begin()));
+    std::transform(m_rows.begin(), end, events.begin(),
+                   [](std::uint32_t id) { return EventId{id}; });
+    return events;
+}
+
+std::vector<std::size_t> EventStore::rowsOf(std::span<const EventId> ids) const {
+    std::vector<std::size_t> rows;
+    // m_rows ascends: each id is looked for from where the last one was found, in steps that
+    // double, so that a few ids cost a few searches and all of them one pass.
+    const std::uint32_t* from = m_rows.begin();
+    const std::uint32_t* const end = m_rows.end();
+    for (const EventId event : ids) {
+        const auto id = static_cast<std::uint32_t>(event);
+        std::size_t step = 1;
+        const std::uint32_t* bound = from;
+        while (bound != end && *bound < id) {
+            from = bound + 1;
+            bound = static_cast<std::size_t>(end - from) > step ? from + step : end;
+            step *= 2;
+        }
+        from = std::lower_bound(from, bound, id);
+        if (from != end && *from == id) {
+            rows.push_back(m_rows.size() - 1 - static_cast<std::size_t>(from - m_rows.begin()));
+        }
+    }
+    std::reverse(rows.begin(), rows.end());
+    return rows;
+}
+
+void EventStore::endAt(std::uint32_t id, std::uint32_t epoch) {
+    if (m_endEpochs.empty()) {
         m_endEpochs.assign(m_events.size(), kInList);
     }
+    // A retired event keeps the epoch it left the list at.
+    if (m_endEpochs[id] == kInList) {
+        m_endEpochs[id] = epoch;
+    }
+}
+
+void EventStore::retire(EventId id) {
+    if (inList(id)) {
+        endAt(static_cast<std::uint32_t>(id), m_dates.epoch());
+    }
+}
+
+void EventStore::removeRows(std::span<const std::size_t> rows) {
     // Rows count from the top; m_rows holds the oldest first. Mark, then close the gaps in one
     // pass over the part of m_rows from the lowest marked slot on: removing rows near the top,
     // where new events arrive, moves only the few rows above them.
@@ -195,7 +261,7 @@ void EventStore::removeRows(std::span<const std::size_t> rows) {
         if (m_rows[slot] == kRemoved) {
             continue;
         }
-        m_endEpochs[m_rows[slot]] = now;
+        endAt(m_rows[slot], now);
         m_rows[slot] = kRemoved;
         firstGap = std::min(firstGap, slot);
     }
@@ -211,42 +277,103 @@ void EventStore::removeRowRange(std::size_t first, std::size_t count) {
         return;
     }
     count = std::min(count, m_rows.size() - first);
-    if (m_endEpochs.empty()) {
-        m_endEpochs.assign(m_events.size(), kInList);
-    }
     // Rows count from the top; m_rows holds the oldest first.
     std::uint32_t* const end = m_rows.end() - first;
     std::uint32_t* const begin = end - count;
     const std::uint32_t now = m_dates.epoch();
     for (const std::uint32_t* it = begin; it != end; ++it) {
-        m_endEpochs[*it] = now;
+        endAt(*it, now);
     }
     std::move(end, m_rows.end(), begin);
     m_rows.truncate(m_rows.size() - count);
 }
 
+std::uint64_t EventStore::matchHash(std::uint32_t priority, std::uint32_t host,
+                                    std::optional<std::string_view> message) {
+    std::uint64_t hash = message ? std::hash<std::string_view>{}(*message) : 0x5BD1E995;
+    hash += priority * 0x9E3779B97F4A7C15 + host * 0xC2B2AE3D27D4EB4F;
+    // The index takes a bucket from the top bits: every input bit must reach them.
+    hash ^= hash >> 29;
+    hash *= 0xBF58476D1CE4E5B9;
+    return hash ^ (hash >> 32);
+}
+
+std::uint64_t EventStore::matchHash(const Event& e, std::uint32_t id) const {
+    return matchHash(e.priority, e.host, message(EventId{id}));
+}
+
+bool EventStore::prepareMatching(std::size_t events) {
+    if (!m_matchIndex.started() || m_matchIndex.crowded()) {
+        m_matchIndex.start(m_events.size());
+    }
+    const auto stop = static_cast<std::uint32_t>(
+        std::min<std::size_t>(m_events.size(), m_matchIndex.end() + events));
+    // Hashes a batch ahead and fetches their buckets, then enters them.
+    constexpr std::uint32_t kAhead = 16;
+    std::array<std::uint64_t, kAhead> hashes{};
+    for (std::uint32_t first = m_matchIndex.end(); first < stop; first += kAhead) {
+        const std::uint32_t count = std::min(kAhead, stop - first);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            hashes[i] = matchHash(m_events[first + i], first + i);
+            m_matchIndex.prefetch(hashes[i]);
+        }
+        for (std::uint32_t i = 0; i < count; ++i) {
+            m_matchIndex.add(hashes[i]);
+        }
+    }
+    return m_matchIndex.end() == m_events.size();
+}
+
+bool EventStore::matches(std::uint32_t id, std::uint32_t priority, std::uint32_t host,
+                         std::string_view message, std::string_view displayDate) const {
+    // Cheap fields first; the date only of rows that match the rest.
+    const Event& e = m_events[id];
+    if (e.priority != priority || e.host != host || endEpoch(id) != kInList) {
+        return false;
+    }
+    const auto m = this->message(EventId{id});
+    if (!m || *m != message) {
+        return false;
+    }
+    const auto d = date(EventId{id});
+    return d && *d == displayDate;
+}
+
+std::size_t EventStore::rowOf(std::uint32_t id) const {
+    const std::uint32_t* const slot = std::lower_bound(m_rows.begin(), m_rows.end(), id);
+    return m_rows.size() - 1 - static_cast<std::size_t>(slot - m_rows.begin());
+}
+
 std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displayDate,
                                                          std::string_view priority,
                                                          std::string_view host,
-                                                         std::string_view message) const {
+                                                         std::string_view message,
+                                                         EventId before) const {
     const std::uint32_t p = m_priorities.find(priority);
     const std::uint32_t h = m_hosts.find(host);
     if (p == StringPool::kAbsent || h == StringPool::kAbsent) {
         return std::nullopt;
     }
+    const auto bound = static_cast<std::uint32_t>(before);
+    const std::uint32_t indexed = m_matchIndex.started() ? m_matchIndex.end() : 0;
+    // The rows of events not in the index, the newest, one by one from the top.
     for (std::size_t row = 0; row < m_rows.size(); ++row) {
         const std::uint32_t id = m_rows[m_rows.size() - 1 - row];
-        const Event& e = m_events[id];
-        if (e.priority != p || e.host != h) {
-            continue;
+        if (id < indexed) {
+            break;
         }
-        const auto m = this->message(EventId{id});
-        if (!m || *m != message) {
-            continue;
-        }
-        const auto d = date(EventId{id});
-        if (d && *d == displayDate) {
+        if (id < bound && matches(id, p, h, message, displayDate)) {
             return row;
+        }
+    }
+    if (indexed == 0) {
+        return std::nullopt;
+    }
+    // The rest through the index, its chain newest first as the rows are from the top.
+    for (std::uint32_t id = m_matchIndex.newest(matchHash(p, h, message));
+         id != EventMatchIndex::kNone; id = m_matchIndex.older(id)) {
+        if (id < bound && matches(id, p, h, message, displayDate)) {
+            return rowOf(id);
         }
     }
     return std::nullopt;
@@ -254,7 +381,7 @@ std::optional<std::size_t> EventStore::findFirstMatching(std::string_view displa
 
 std::size_t EventStore::memoryBytes() const {
     return m_arena.reservedBytes() + m_events.usedBytes() + m_rows.usedBytes() +
-           m_endEpochs.capacity() * sizeof(std::uint32_t);
+           m_endEpochs.capacity() * sizeof(std::uint32_t) + m_matchIndex.memoryBytes();
 }
 
 } // namespace velmora

@@ -11,6 +11,7 @@
 
 #include "core/archive/Value.h"
 #include "core/eventlog/DateHistory.h"
+#include "core/eventlog/EventMatchIndex.h"
 #include "core/eventlog/HugeArray.h"
 #include "core/eventlog/SeverityCounters.h"
 #include "core/eventlog/StringPool.h"
@@ -67,6 +68,16 @@ public:
     std::size_t size() const { return m_rows.size(); }
     bool empty() const { return m_rows.empty(); }
     EventId at(std::size_t row) const { return EventId{m_rows[m_rows.size() - 1 - row]}; }
+    // Whether the event is in the list: entered and not removed since.
+    bool inList(EventId id) const;
+    // The id the next event to enter will get.
+    EventId nextId() const { return EventId{static_cast<std::uint32_t>(m_events.size())}; }
+    // The events in the list that entered before `before`, oldest first, in ascending order of
+    // their ids: rows keep the order in which their events entered, so a row's id grows from the
+    // bottom to the top.
+    std::vector<EventId> eventsInList(EventId before) const;
+    // The rows (from the top, ascending) of those of `ids` (ascending) that are in the list.
+    std::vector<std::size_t> rowsOf(std::span<const EventId> ids) const;
 
     std::optional<std::string_view> rawDate(EventId id) const; // as received
     std::optional<std::string_view> priority(EventId id) const;
@@ -79,6 +90,10 @@ public:
     // The date as the events page last wrote it: the received text until the page first shows
     // the event, then display text; nullopt once a rewrite could not parse it.
     std::optional<std::string> date(EventId id) const;
+    // The same for passes over millions of rows (an export, a deletion, velmoractl): worked out
+    // afresh in `scratch`, whose text serves row after row, leaving the cache of rows on screen
+    // alone. Valid until scratch is used again.
+    const std::optional<std::string>& date(EventId id, DateHistory::RowState& scratch) const;
     // The severity image the page last gave the event; nullopt until it has shown it.
     std::optional<Level> image(EventId id) const;
 
@@ -96,18 +111,33 @@ public:
     // Removes `count` rows from row `first` down. It moves only the rows above them, so a run
     // near the top of a long list costs little; removeRows compacts the whole list once.
     void removeRowRange(std::size_t first, std::size_t count);
+    // Takes the event out of the list at once but leaves its row in place, for removeRows() to
+    // take away with others in one pass: a burst of the server's removals would otherwise move
+    // millions of rows for each one. Such a row is no longer inList() nor found.
+    void retire(EventId id);
 
-    // The first row from the top whose date text equals `displayDate` and whose priority, host
-    // and message equal the record's, all exactly. A field that is absent on either side never
-    // matches. Cheap fields are compared first; the date only of rows that match the rest.
+    // The first row from the top whose event is in the list and entered before `before`, whose
+    // date text equals `displayDate` and whose priority, host and message equal the record's,
+    // all exactly. A field that is absent on either side never matches.
+    //
+    // The events in the index of searches (prepareMatching) are found through it; the rows of
+    // the others, the newest, are compared one by one.
     std::optional<std::size_t> findFirstMatching(std::string_view displayDate,
                                                  std::string_view priority, std::string_view host,
-                                                 std::string_view message) const;
+                                                 std::string_view message,
+                                                 EventId before = EventId{UINT32_MAX}) const;
+    // Puts up to `events` more events into the index of searches, an index of the events by a
+    // hash of their priority, host and message, filled from the oldest on (some tens of
+    // nanoseconds an event) and kept up with new events once it has caught up with them; it
+    // costs 8 bytes an event, so it is only made once searches are wanted. Returns whether
+    // every event is in it.
+    bool prepareMatching(std::size_t events);
 
     SeverityCounters& counters() { return m_counters; }
     const SeverityCounters& counters() const { return m_counters; }
 
-    // Bytes of the records and rows in use and of the text blocks, for the memory figures.
+    // Bytes of the records and rows in use, of the text blocks and of the index of searches,
+    // for the memory figures.
     std::size_t memoryBytes() const;
 
 private:
@@ -164,6 +194,7 @@ private:
     std::vector<std::uint32_t> m_endEpochs;
     // Rows looked at recently, so that painting the table does not replay history again.
     mutable std::unordered_map<std::uint32_t, DateHistory::RowState> m_stateCache;
+    EventMatchIndex m_matchIndex;
 
     EventId enter(const Event& e);
     Event compose(const EventFields& fields, std::uint32_t id);
@@ -171,6 +202,13 @@ private:
     std::uint32_t startEpoch(std::uint32_t id) const;
     std::uint32_t endEpoch(std::uint32_t id) const;
     const DateHistory::RowState& state(EventId id) const;
+    std::uint64_t matchHash(const Event& e, std::uint32_t id) const;
+    static std::uint64_t matchHash(std::uint32_t priority, std::uint32_t host,
+                                   std::optional<std::string_view> message);
+    bool matches(std::uint32_t id, std::uint32_t priority, std::uint32_t host,
+                 std::string_view message, std::string_view displayDate) const;
+    std::size_t rowOf(std::uint32_t id) const;
+    void endAt(std::uint32_t id, std::uint32_t epoch);
 };
 
 } // namespace velmora

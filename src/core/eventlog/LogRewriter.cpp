@@ -1,6 +1,7 @@
 #include "core/eventlog/LogRewriter.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -312,20 +313,36 @@ Result<bool> LogFileRewrite::readAndMatch(DeletionTable& table, RewriteReport& r
     bool atLineStart = true;
     bool cut = false;
     std::size_t reportAt = kProgressBytes;
+    // Pieces are matched a batch at a time (see DeletionTable::takeEach).
+    std::array<std::string_view, DeletionTable::kBatch> batch;
+    std::array<bool, DeletionTable::kBatch> taken{};
+    std::size_t waiting = 0;
+    const auto matchWaiting = [&] {
+        table.takeEach(std::span(batch.data(), waiting), taken);
+        for (std::size_t i = 0; i < waiting; ++i) {
+            const std::string_view piece = batch[i];
+            const auto offset = static_cast<std::size_t>(piece.data() - content.data());
+            if (offset >= reportAt) {
+                scanned(offset);
+                reportAt += kProgressBytes;
+            }
+            if (taken[i]) {
+                ++report.deleted[deletedLineSeverity(secondField(piece))];
+                cut = true;
+            } else {
+                keep(offset, piece, fileIsText && atLineStart && piece.back() == '\n');
+            }
+            atLineStart = piece.back() == '\n';
+        }
+        waiting = 0;
+    };
     forEachPiece(content, [&](std::string_view piece) {
-        const auto offset = static_cast<std::size_t>(piece.data() - content.data());
-        if (offset >= reportAt) {
-            scanned(offset);
-            reportAt += kProgressBytes;
+        batch[waiting++] = piece;
+        if (waiting == batch.size()) {
+            matchWaiting();
         }
-        if (table.take(piece)) {
-            ++report.deleted[deletedLineSeverity(secondField(piece))];
-            cut = true;
-        } else {
-            keep(offset, piece, fileIsText && atLineStart && piece.back() == '\n');
-        }
-        atLineStart = piece.back() == '\n';
     });
+    matchWaiting();
     if (cut) {
         // The first run that does not start the file, or that stops short of a piece's end, is
         // where the rewritten file first differs.

@@ -1,6 +1,7 @@
 #include "core/presentation/DateFormat.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <ctime>
@@ -79,14 +80,33 @@ bool hasOnlyMinuteSteadyFields(const icu::UnicodeString& pattern) {
     return true;
 }
 
-bool writesWholeSecondsOnly(const icu::DateFormat& formatter) {
-    const auto* simple = dynamic_cast<const icu::SimpleDateFormat*>(&formatter);
-    if (simple == nullptr) {
-        return false;
-    }
+// The pattern of a formatter; empty for one that is no SimpleDateFormat.
+icu::UnicodeString patternOf(const icu::DateFormat& formatter) {
     icu::UnicodeString pattern;
-    simple->toPattern(pattern);
-    return hasOnlyMinuteSteadyFields(pattern);
+    if (const auto* simple = dynamic_cast<const icu::SimpleDateFormat*>(&formatter)) {
+        simple->toPattern(pattern);
+    }
+    return pattern;
+}
+
+bool writesWholeSecondsOnly(const icu::DateFormat& formatter) {
+    const icu::UnicodeString pattern = patternOf(formatter);
+    return !pattern.isEmpty() && hasOnlyMinuteSteadyFields(pattern);
+}
+
+// Whether the pattern has a zone field outside quotes, which a parse reads into the calendar.
+bool hasZoneField(const icu::DateFormat& formatter) {
+    constexpr std::u16string_view kZoneLetters = u"zZOvVXx";
+    const icu::UnicodeString pattern = patternOf(formatter);
+    bool quoted = false;
+    for (std::int32_t i = 0; i < pattern.length(); ++i) {
+        const char16_t c = pattern.charAt(i);
+        quoted = c == u'\'' ? !quoted : quoted;
+        if (!quoted && kZoneLetters.find(c) != std::u16string_view::npos) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // Whether the zone keeps one offset, a whole number of minutes, from `start` for a minute.
@@ -163,6 +183,11 @@ struct DateFormat::Impl {
     // Formatting and parsing through the formatter's own entry points clone its calendar on
     // every call; one working calendar kept here avoids that allocation.
     std::unique_ptr<icu::Calendar> calendar;
+    // Parsing a text with a zone field sets the calendar's zone to the text's; in a format with
+    // one, the format's own zone is put back after each parse, so that the texts written later
+    // are in it.
+    std::unique_ptr<icu::TimeZone> zone;
+    bool parsesZone;
     icu::UnicodeString buffer;
 
     bool wholeSeconds;
@@ -170,11 +195,15 @@ struct DateFormat::Impl {
     explicit Impl(std::unique_ptr<icu::DateFormat> f)
         : formatter(std::move(f))
         , calendar(formatter->getCalendar()->clone())
+        , zone(calendar ? calendar->getTimeZone().clone() : nullptr)
+        , parsesZone(hasZoneField(*formatter))
         , wholeSeconds(writesWholeSecondsOnly(*formatter)) {}
 
     Impl(const Impl& other)
         : formatter(other.formatter->clone())
         , calendar(other.calendar->clone())
+        , zone(other.zone->clone())
+        , parsesZone(other.parsesZone)
         , wholeSeconds(other.wholeSeconds) {}
 
     // Checks the pattern once: ICU accepts unknown pattern letters when it builds the formatter
@@ -241,14 +270,17 @@ std::optional<double> DateFormat::parse(std::string_view text) const {
     m_impl->buffer = icu::UnicodeString::fromUTF8(
         icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
     icu::ParsePosition position(0);
-    m_impl->calendar->clear();
-    m_impl->formatter->parse(m_impl->buffer, *m_impl->calendar, position);
-    if (position.getErrorIndex() >= 0 || position.getIndex() != m_impl->buffer.length()) {
-        return std::nullopt;
-    }
+    icu::Calendar& calendar = *m_impl->calendar;
+    calendar.clear();
+    m_impl->formatter->parse(m_impl->buffer, calendar, position);
     UErrorCode status = U_ZERO_ERROR;
-    const UDate millis = m_impl->calendar->getTime(status);
-    if (U_FAILURE(status)) {
+    const bool parsed =
+        position.getErrorIndex() < 0 && position.getIndex() == m_impl->buffer.length();
+    const UDate millis = parsed ? calendar.getTime(status) : 0;
+    if (m_impl->parsesZone) {
+        calendar.setTimeZone(*m_impl->zone);
+    }
+    if (!parsed || U_FAILURE(status)) {
         return std::nullopt;
     }
     return millis / kMillisPerSecond;
@@ -296,6 +328,22 @@ std::optional<DateFormat::MinuteText> DateFormat::minuteText(std::int64_t minute
     return text;
 }
 
+void DateFormat::MinuteText::write(int second, std::string& out) const {
+    const std::array<char, 2> digits = {static_cast<char>('0' + second / 10),
+                                        static_cast<char>('0' + second % 10)};
+    const std::string_view value =
+        second < 10 ? std::string_view(&digits[1], 1) : std::string_view(digits.data(), 2);
+    out.clear();
+    out += literals.front();
+    for (std::size_t i = 1; i < literals.size(); ++i) {
+        if (static_cast<int>(value.size()) < secondDigits) {
+            out.append(static_cast<std::size_t>(secondDigits) - value.size(), '0');
+        }
+        out += value;
+        out += literals[i];
+    }
+}
+
 void reloadDefaultTimeZone() {
     tzset();
     icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
@@ -317,6 +365,19 @@ double timestampFromText(std::string_view text) {
         p != last && (isAsciiDigit(*p) || (*p == '.' && p + 1 != last && isAsciiDigit(p[1])));
     if (!startsNumber) {
         return 0.0;
+    }
+    // The server's whole seconds, read in one go: up to 15 digits and nothing of a number after
+    // them are an integer that a double holds exactly.
+    constexpr int kExactDigits = 15;
+    std::int64_t whole = 0;
+    const char* digit = p;
+    for (; digit != last && isAsciiDigit(*digit) && digit - p < kExactDigits; ++digit) {
+        whole = whole * 10 + (*digit - '0');
+    }
+    if (digit == last ||
+        (!isAsciiDigit(*digit) && *digit != '.' && *digit != 'e' && *digit != 'E')) {
+        const auto exact = static_cast<double>(whole);
+        return negative ? -exact : exact;
     }
     double value = 0.0;
     const auto [end, ec] = std::from_chars(p, last, value, std::chars_format::general);

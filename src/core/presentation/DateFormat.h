@@ -62,6 +62,9 @@ public:
     struct MinuteText {
         std::vector<std::string> literals; // one more than the format has second fields
         int secondDigits = 0;
+
+        // The text of second `second` (0 to 59) of the minute, into `out`.
+        void write(int second, std::string& out) const;
     };
     // nullopt when that does not hold for this minute: writesWholeSeconds() is false, the time
     // zone changes its offset inside the minute, or the offset is no whole number of minutes

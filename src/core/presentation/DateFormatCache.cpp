@@ -4,9 +4,9 @@
 
 namespace velmora {
 
-const DateFormat& DateFormatCache::get(std::string_view displayFormat) {
+DateFormatCache::Format& DateFormatCache::get(std::string_view displayFormat) {
     const auto found = std::find_if(m_formats.begin(), m_formats.end(), [&](const auto& format) {
-        return format->displayFormat() == displayFormat;
+        return format->writer.displayFormat() == displayFormat;
     });
     if (found != m_formats.end()) {
         std::rotate(found, found + 1, m_formats.end());
@@ -14,7 +14,7 @@ const DateFormat& DateFormatCache::get(std::string_view displayFormat) {
         if (m_formats.size() == kCapacity) {
             m_formats.erase(m_formats.begin());
         }
-        m_formats.push_back(std::make_unique<DateFormat>(displayFormat));
+        m_formats.push_back(std::make_unique<Format>(displayFormat));
     }
     return *m_formats.back();
 }

@@ -5,12 +5,14 @@
 #include <string_view>
 #include <vector>
 
-#include "core/presentation/DateFormat.h"
+#include "core/presentation/DateTextReader.h"
+#include "core/presentation/DateTextWriter.h"
 
 namespace velmora {
 
 // The few display formats in use at once (the current one, the previous one, a row's older
-// one), built once each: building an ICU formatter costs far more than using it.
+// one), each with its writer and reader built once: building an ICU formatter costs far more
+// than using it, and the writer and reader keep what they learnt of recent minutes.
 //
 // A reference from get() stays valid as long as its format is among the kCapacity most recently
 // asked for, so the formats of kCapacity consecutive calls can be used together. Not safe for
@@ -19,12 +21,20 @@ class DateFormatCache {
 public:
     static constexpr std::size_t kCapacity = 4;
 
-    const DateFormat& get(std::string_view displayFormat);
+    struct Format {
+        explicit Format(std::string_view displayFormat)
+            : writer(displayFormat)
+            , reader(displayFormat) {}
+        DateTextWriter writer;
+        DateTextReader reader;
+    };
+
+    Format& get(std::string_view displayFormat);
     // Forgets every format, for instance after reloadDefaultTimeZone().
     void clear() { m_formats.clear(); }
 
 private:
-    std::vector<std::unique_ptr<DateFormat>> m_formats; // least recently used first
+    std::vector<std::unique_ptr<Format>> m_formats; // least recently used first
 };
 
 } // namespace velmora

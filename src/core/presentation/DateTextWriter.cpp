@@ -48,7 +48,7 @@ void DateTextWriter::writeSecond(std::int64_t second) {
     const std::int64_t minute = floorDivide(second, 60);
     const auto secondOfMinute = static_cast<int>(second - minute * 60);
     if (const std::optional<DateFormat::MinuteText>& text = minuteText(minute)) {
-        fill(*text, secondOfMinute);
+        text->write(secondOfMinute, m_text);
     } else {
         m_text = m_format.format(static_cast<double>(second));
     }
@@ -66,29 +66,13 @@ const std::optional<DateFormat::MinuteText>& DateTextWriter::minuteText(std::int
     // they ever differ, this format is written by ICU alone.
     if (cached.text && !m_minuteTextsChecked) {
         m_minuteTextsChecked = true;
-        fill(*cached.text, 59);
+        cached.text->write(59, m_text);
         m_minuteTextsTrusted = m_text == m_format.format(static_cast<double>(minute * 60 + 59));
         if (!m_minuteTextsTrusted) {
             cached.text.reset();
         }
     }
     return cached.text;
-}
-
-void DateTextWriter::fill(const DateFormat::MinuteText& text, int secondOfMinute) {
-    const std::array<char, 2> digits = {static_cast<char>('0' + secondOfMinute / 10),
-                                        static_cast<char>('0' + secondOfMinute % 10)};
-    const std::string_view value =
-        secondOfMinute < 10 ? std::string_view(&digits[1], 1) : std::string_view(digits.data(), 2);
-    m_text.clear();
-    m_text += text.literals.front();
-    for (std::size_t i = 1; i < text.literals.size(); ++i) {
-        if (static_cast<int>(value.size()) < text.secondDigits) {
-            m_text.append(static_cast<std::size_t>(text.secondDigits) - value.size(), '0');
-        }
-        m_text += value;
-        m_text += text.literals[i];
-    }
 }
 
 } // namespace velmora

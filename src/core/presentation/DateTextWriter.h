@@ -48,7 +48,6 @@ private:
 
     void writeSecond(std::int64_t second);
     const std::optional<DateFormat::MinuteText>& minuteText(std::int64_t minute);
-    void fill(const DateFormat::MinuteText& text, int secondOfMinute);
 };
 
 } // namespace velmora

@@ -8,7 +8,7 @@ char ExportText::separatorFor(std::string_view path) {
     return pathExtension(path) == "txt" ? '\t' : ',';
 }
 
-void ExportText::appendLine(std::span<const std::string> cells, std::string& out) const {
+void ExportText::appendLine(std::span<const std::string_view> cells, std::string& out) const {
     for (std::size_t i = 0; i < cells.size(); ++i) {
         if (i > 0) {
             out += m_separator;

@@ -23,7 +23,7 @@ public:
         : m_separator(separator) {}
 
     // Appends the cells, separated, and a line feed.
-    void appendLine(std::span<const std::string> cells, std::string& out) const;
+    void appendLine(std::span<const std::string_view> cells, std::string& out) const;
 
 private:
     char m_separator;

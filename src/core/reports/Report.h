@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -78,6 +79,34 @@ public:
     // found changed, or changedOnDisk() found a file changed.
     bool changeSeen() const { return m_changeSeen; }
 
+    // --- reading many rows at once (an export, a print, velmoractl) ---
+
+    // The texts of a row by field (ReportField), the date as display text; all empty for a line
+    // found changed on disk since the build.
+    using LineTexts = std::array<std::string, 4>;
+    // Bytes of a detail's line in its file.
+    std::size_t lineBytes(DetailId detail) const {
+        return static_cast<std::size_t>(m_details[index(detail)].place & kPlaceLengthMask);
+    }
+    // The detail whose line a group's key is still to be read from (a report by message reads
+    // its keys back only when they are needed); nullopt for a key held as text.
+    std::optional<DetailId> keyLine(GroupId group) const;
+    // Reads the lines of `lines` (details, in any order, repeats allowed) in file order with
+    // large reads, and calls visit(i, fields) for each lines[i]: its fields as the file holds
+    // them now, or nullopt when it no longer holds that line. The fields stay valid during the
+    // call only.
+    using LineVisitor = std::function<void(std::size_t i, const std::optional<LogFields>& fields)>;
+    void readLines(std::span<const DetailId> lines, const LineVisitor& visit) const;
+    // A detail's texts by field from its line's fields as readLines gives them: views into the
+    // fields, into the report for the date, or into `scratch` for a field that is
+    // no UTF-8 (decoded leniently). All empty when the line changed since the build. Valid until
+    // the fields or scratch change, or the next call.
+    using LineViews = std::array<std::string_view, 4>;
+    void detailViews(DetailId detail, const std::optional<LogFields>& fields, LineViews& views,
+                     LineTexts& scratch) const;
+    // A key read from its line's fields (the message, decoded), as groupKey() gives it.
+    static std::string keyOfLine(const std::optional<LogFields>& fields);
+
     // Bytes held, for the memory figures.
     std::size_t memoryBytes() const;
 
@@ -95,7 +124,7 @@ private:
     // The texts of a line read back, for the rows on screen.
     struct ShownLine {
         std::uint32_t detail = UINT32_MAX;
-        std::array<std::string, 4> texts; // by ReportField; the date as display text
+        LineTexts texts;
     };
     static constexpr std::size_t kShownLines = 256; // a power of two
 
@@ -113,6 +142,9 @@ private:
     mutable DateTextWriter m_dates;
     mutable std::vector<ShownLine> m_shown;
     mutable bool m_changeSeen = false;
+    mutable std::vector<char> m_readBuffer; // for readLines
+    mutable std::string m_lastDate;         // the date field last written, and its text
+    mutable std::string m_lastDateText;
 
     static std::uint32_t index(GroupId group) { return static_cast<std::uint32_t>(group); }
     static std::uint32_t index(DetailId detail) { return static_cast<std::uint32_t>(detail); }
@@ -122,8 +154,16 @@ private:
     // The fields of a detail's line as its file holds them now, when it still holds the line
     // the report was built from; views valid until the next read.
     std::optional<LogFields> lineFields(DetailId detail) const;
+    // The same for a piece read from the detail's place.
+    std::optional<LogFields> checkedFields(DetailId detail, std::string_view piece) const;
+    std::uint32_t fileOf(DetailId detail) const;
     // A deferred message key read back.
     std::optional<std::string> messageOfLine(DetailId detail) const;
+    // Views of the fields' texts, as detailViews gives them, without the key's check.
+    void fieldViews(const LogFields& fields, LineViews& views, LineTexts& scratch) const;
+    // Whether a row of a report by message shows its line's message: the line must still hold
+    // the group's key, which the line's check leaves out. Reading the key may read a file.
+    bool showsMessage(DetailId detail, std::string_view message) const;
     // Sorts the detail rows by group, keeping file order within each (a counting sort).
     void indexGroups();
 };

@@ -29,28 +29,38 @@ Status exportReportTable(const ReportTable& table, const std::array<std::string,
     if (!file) {
         return file.error();
     }
+    if (Status written = writeReportTable(
+            table, titles, separator, [&](std::string_view block) { return file->write(block); });
+        !written) {
+        return written;
+    }
+    return file->commit();
+}
+
+Status writeReportTable(const ReportTable& table, const std::array<std::string, 4>& titles,
+                        char separator, const TextSink& write) {
     std::string buffer;
     buffer.reserve(kFlushBytes + 4096);
     appendLine(buffer, separator, [&](int column) -> const std::string& {
         return titles[static_cast<std::size_t>(column)];
     });
     for (std::size_t row = 0; row < table.size(); ++row) {
-        appendLine(buffer, separator, [&](int column) { return table.cellText(row, column); });
+        table.appendRow(row, separator, buffer);
         if (buffer.size() >= kFlushBytes) {
-            if (Status written = file->write(buffer); !written) {
+            if (Status written = write(buffer); !written) {
                 return written;
             }
             buffer.clear();
         }
     }
-    if (Status written = file->write(buffer); !written) {
+    if (Status written = write(buffer); !written) {
         return written;
     }
-    // A line rewritten while it was read was written empty: the file is not kept.
+    // A line rewritten while it was read was written empty: what was written is not kept.
     if (table.report() != nullptr && table.report()->changeSeen()) {
         return Error{ErrorCode::Changed, "the log files changed while the report was written"};
     }
-    return file->commit();
+    return {};
 }
 
 } // namespace velmora

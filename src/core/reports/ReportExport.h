@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <string>
 
 #include "core/Result.h"
@@ -18,6 +19,12 @@ namespace velmora {
 // ErrorCode::Changed.
 Status exportReportTable(const ReportTable& table, const std::array<std::string, 4>& titles,
                          char separator, const std::string& path);
+
+// The same text handed to `write` a block at a time; the first failure it returns ends the
+// writing and is returned.
+using TextSink = std::function<Status(std::string_view block)>;
+Status writeReportTable(const ReportTable& table, const std::array<std::string, 4>& titles,
+                        char separator, const TextSink& write);
 
 // The separator for a file: a tab when its extension is "txt", else a comma.
 char exportSeparator(const std::string& path);

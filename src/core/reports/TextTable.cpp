@@ -148,6 +148,11 @@ bool TextTable::holds(std::uint32_t id, std::string_view text) const {
     return this->text(id) == text;
 }
 
+std::optional<std::uint32_t> TextTable::deferredReference(std::uint32_t id) const {
+    const Entry& e = m_entries[id];
+    return e.at.block == kDeferred ? std::optional<std::uint32_t>(e.at.offset) : std::nullopt;
+}
+
 std::string_view TextTable::text(std::uint32_t id) const {
     Entry& e = m_entries[id];
     if (e.at.block == kDeferred) {

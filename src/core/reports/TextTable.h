@@ -49,6 +49,8 @@ public:
     std::optional<std::uint32_t> find(std::string_view text) const;
     // A deferred text that cannot be read back is empty.
     std::string_view text(std::uint32_t id) const;
+    // The reference a text is still deferred to; nullopt once it is held as text.
+    std::optional<std::uint32_t> deferredReference(std::uint32_t id) const;
     std::uint32_t size() const { return static_cast<std::uint32_t>(m_entries.size()); }
 
     // Bytes held, for the memory figures.

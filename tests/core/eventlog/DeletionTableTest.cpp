@@ -1,6 +1,8 @@
 #include "core/eventlog/DeletionTable.h"
 
+#include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,37 @@ TEST(DeletionTable, OnlyTextIsEntered) {
     table.setCount("\xff\n", "3");
     EXPECT_TRUE(table.empty());
     EXPECT_TRUE(table.exhausted());
+}
+
+TEST(DeletionTable, AnEventsLineIsTheSameKeyAsItsText) {
+    // Enough events, in batches, for the table to grow several times; every third one twice.
+    std::vector<std::string> messages;
+    for (int i = 0; i < 300; ++i) {
+        messages.push_back("message " + std::to_string(i));
+    }
+    DeletionTable table;
+    std::vector<DeletionTable::EventLine> batch;
+    for (int i = 0; i < 400; ++i) {
+        const int event = i < 300 ? i : (i - 300) * 3;
+        batch.push_back({1700000000.0 + event, "Local7.Debug", event % 2 ? "h" : "g",
+                         messages[static_cast<std::size_t>(event)]});
+        if (batch.size() == DeletionTable::kBatch || i == 399) {
+            table.addEvents(batch);
+            batch.clear();
+        }
+    }
+    table.add("1700000006,Local7.Debug,g,message 6\n");
+    EXPECT_EQ(table.count("1700000006,Local7.Debug,g,message 6\n"), "3");
+    EXPECT_EQ(table.count("1700000001,Local7.Debug,h,message 1\n"), "1");
+    EXPECT_EQ(table.count("1700000001,Local7.Debug,g,message 1\n"), std::nullopt);
+    std::vector<std::string_view> lines(DeletionTable::kBatch,
+                                        "1700000006,Local7.Debug,g,message 6\n");
+    lines[1] = "1700000006,Local7.Debug,g,message 6";
+    std::vector<char> taken(lines.size());
+    table.takeEach(lines, std::span(reinterpret_cast<bool*>(taken.data()), taken.size()));
+    EXPECT_EQ(std::count(taken.begin(), taken.end(), 1), 3);
+    EXPECT_EQ(taken[1], 0);
+    EXPECT_FALSE(table.exhausted());
 }
 
 TEST(DeletionTableBuilder, MakesTheServersLineFromTheShownDate) {

@@ -84,6 +84,16 @@ TEST(EventStore, RemovedRowsLeaveTheListButKeepTheirTexts) {
     EXPECT_EQ(store.counters()[Severity::Debug], 6); // removal does not recount
     store.removeRows(std::vector<std::size_t>{});
     EXPECT_EQ(store.size(), 3u);
+
+    // Found by event: rows from the top, of the events still in the list.
+    EXPECT_FALSE(store.inList(ids[5]));
+    EXPECT_TRUE(store.inList(ids[4]));
+    EXPECT_EQ(store.rowsOf(ids), (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_EQ(store.rowsOf(std::vector<EventId>{ids[1], ids[3], ids[4]}),
+              (std::vector<std::size_t>{0, 2}));
+    const EventId later = store.insert(fields("6", "Local7.Debug"));
+    EXPECT_EQ(store.eventsInList(later), (std::vector<EventId>{ids[1], ids[2], ids[4]}));
+    EXPECT_EQ(store.eventsInList(store.nextId()).back(), later);
 }
 
 TEST(EventStore, FindFirstMatchingComparesTheShownDateAndAllFields) {
@@ -103,6 +113,78 @@ TEST(EventStore, FindFirstMatchingComparesTheShownDateAndAllFields) {
     EXPECT_EQ(store.findFirstMatching(shown, "Local7.Debug", "H", "m"), std::nullopt);
     EXPECT_EQ(store.findFirstMatching("1700000000", "Local7.Debug", "h", "m"), 1u);
     EXPECT_EQ(store.findFirstMatching(shown, "Kern.Debug", "h", "m"), std::nullopt);
+}
+
+// The plain walk from the top that findFirstMatching must equal.
+std::optional<std::size_t> walkFromTheTop(const EventStore& store, std::string_view shown,
+                                          std::string_view priority, std::string_view host,
+                                          std::string_view message, EventId before) {
+    for (std::size_t row = 0; row < store.size(); ++row) {
+        const EventId id = store.at(row);
+        if (id < before && store.inList(id) && store.priority(id) == priority &&
+            store.host(id) == host && store.message(id) == message && store.date(id) == shown) {
+            return row;
+        }
+    }
+    return std::nullopt;
+}
+
+// Lists made to hold many events of the same texts, with events entered, shown, removed and
+// retired between searches, and the index of searches filled a few events at a time so that
+// searches meet it at every stage; one list grows past what the index was first sized for.
+TEST(EventStore, FindFirstMatchingEqualsTheWalkFromTheTop) {
+    const std::string_view dates[] = {"1700000000", "1700000001"};
+    const std::string_view priorities[] = {"Local7.Debug", "Kern.Error"};
+    const std::string_view hosts[] = {"a", "b"};
+    const std::string_view messages[] = {"m", "n", ""};
+    std::mt19937 random(16);
+    const auto pick = [&](const auto& list) { return list[random() % std::size(list)]; };
+    for (int list = 0; list < 30; ++list) {
+        EventStore store;
+        const int steps = list == 0 ? 6000 : 300;
+        for (int step = 0; step < steps; ++step) {
+            const EventFields event = {pick(dates), pick(priorities), pick(hosts), pick(messages)};
+            switch (random() % 8) {
+            case 0:
+                store.insert(event);
+                break;
+            case 1:
+                store.appear("", "", kDefaultSeverityLevels);
+                break;
+            case 2:
+                if (!store.empty()) {
+                    const std::size_t rows[] = {random() % store.size()};
+                    store.removeRows(rows);
+                }
+                break;
+            case 3:
+                if (!store.empty()) {
+                    store.retire(store.at(random() % store.size()));
+                }
+                break;
+            case 4:
+                if (list > 0 || step % 50 == 0) {
+                    store.prepareMatching(random() % 6);
+                    const std::string shown = store.dates().formatTimestamp(*event.date, "");
+                    // Now and then only among the events entered before a given one.
+                    const auto before =
+                        random() % 4 == 0
+                            ? EventId{static_cast<std::uint32_t>(
+                                  random() % (static_cast<std::uint32_t>(store.nextId()) + 1))}
+                            : store.nextId();
+                    ASSERT_EQ(store.findFirstMatching(shown, *event.priority, *event.host,
+                                                      *event.message, before),
+                              walkFromTheTop(store, shown, *event.priority, *event.host,
+                                             *event.message, before))
+                        << "list " << list << ", step " << step;
+                }
+                break;
+            default:
+                store.insertDecorated(event, {}, "", kDefaultSeverityLevels);
+                break;
+            }
+        }
+    }
 }
 
 // The eager rewrite of the events page, kept here as the reference: every row a record whose
@@ -194,8 +276,10 @@ void runSequences(std::uint32_t seed, const SequenceShape& shape) {
         std::vector<std::pair<EventId, std::shared_ptr<EagerRow>>> removed;
         bool shown = false;
         int saves = 0;
+        DateHistory::RowState scratch; // as a pass over many rows works a date out
         const auto compare = [&](EventId id, const EagerRow& expected) {
             ASSERT_EQ(store.date(id), expected.date) << "sequence " << sequence;
+            ASSERT_EQ(store.date(id, scratch), expected.date) << "sequence " << sequence;
             ASSERT_EQ(store.image(id), expected.image) << "sequence " << sequence;
         };
         const auto insert = [&] {

@@ -101,7 +101,7 @@ TEST_F(LogRewriterTest, LinesThatAreNotTheSelectedLineStay) {
          [](DeletionTable& t) {
              DeletionTableBuilder builder("yyyy-MM-dd HH:mm");
              builder.add(std::string("2023-11-14 22:13"), "Local7.Debug", "h", "m");
-             t = builder.table();
+             t = std::move(builder.table());
          }},
         {"a line that is not UTF-8", "1700000000,Local7.Debug,h,caf\xe9\n",
          [](DeletionTable& t) { t.add("1700000000,Local7.Debug,h,caf\xef\xbf\xbd\n"); }},

@@ -22,9 +22,9 @@ TEST(ExportText, TheSeparatorFollowsTheExtensionExactly) {
 TEST(ExportText, ValuesAreWrittenAsTheyStand) {
     std::string out;
     const ExportText csv(',');
-    csv.appendLine(std::vector<std::string>{"", "Date", "Message"}, out);
-    csv.appendLine(std::vector<std::string>{"", "2023-11-14", "a, \"b\"\tc\nd"}, out);
-    csv.appendLine(std::vector<std::string>{}, out);
+    csv.appendLine(std::vector<std::string_view>{"", "Date", "Message"}, out);
+    csv.appendLine(std::vector<std::string_view>{"", "2023-11-14", "a, \"b\"\tc\nd"}, out);
+    csv.appendLine(std::vector<std::string_view>{}, out);
     EXPECT_EQ(out, ",Date,Message\n,2023-11-14,a, \"b\"\tc\nd\n\n");
 }
 

@@ -218,6 +218,21 @@ TEST_F(ReportEngineTest, AFileChangedAfterTheBuild) {
     }
 }
 
+TEST_F(ReportEngineTest, ALineRewrittenInPlaceShowsNothingRatherThanAnotherLine) {
+    writeFile(dir / "a.log", "1700000000,User.Notice,h,first line\n"
+                             "1700000001,User.Notice,h,second line\n");
+    const std::shared_ptr<const Report> report = buildReport(dir.str(), ReportGrouping::Host);
+    // Rewritten in place without its first line, as a deletion does.
+    std::filesystem::resize_file(dir / "a.log", 0);
+    std::ofstream(dir / "a.log", std::ios::in | std::ios::out)
+        << "1700000001,User.Notice,h,second line\n";
+
+    const std::vector<std::string> nothing = {"", "", ""};
+    const std::vector<GroupTexts> expected = {{"h", {nothing, nothing}}};
+    EXPECT_EQ(groupTexts(*report), expected);
+    EXPECT_EQ(test::tableTexts(report, 1), expected);
+}
+
 TEST_F(ReportEngineTest, ACancelledBuildGivesNoReportAndProgressReachesTheEnd) {
     std::string lines;
     for (int i = 0; i < 5000; ++i) {

@@ -140,5 +140,30 @@ TEST(ReportReference, HashGroupingEqualsTheLinearScanOnRandomDirectories) {
     }
 }
 
+// An export, a print and velmoractl read a report's rows in batches, their lines in file order:
+// the same texts, in batches of any size, while the keys of a report by message are still to
+// be read from their lines.
+TEST(ReportReference, BatchesOfRowsEqualTheLinearScanOnRandomDirectories) {
+    std::mt19937 random(2025);
+    for (int d = 0; d < kDirectories / 3; ++d) {
+        const test::TempDir dir;
+        std::string content;
+        const int lines = std::uniform_int_distribution<int>(0, 200)(random);
+        for (int i = 0; i < lines; ++i) {
+            content += randomLine(random);
+        }
+        test::writeFile(dir / "a.log", content);
+        for (int g = 0; g < kReportGroupingCount; ++g) {
+            const auto grouping = static_cast<ReportGrouping>(g);
+            const std::size_t batchBytes =
+                std::uniform_int_distribution<std::size_t>(1, 3000)(random);
+            ASSERT_EQ(
+                test::tableTexts(test::buildReport(dir.str(), grouping), batchBytes),
+                referenceReport(dir.str(), std::string(kAllLogs), grouping, "yyyy-MM-dd HH:mm:ss"))
+                << "directory " << d << ", grouping " << g << ", batches of " << batchBytes;
+        }
+    }
+}
+
 } // namespace
 } // namespace velmora

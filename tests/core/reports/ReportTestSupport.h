@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "core/reports/Report.h"
 #include "core/reports/ReportEngine.h"
+#include "core/reports/ReportTable.h"
 
 namespace velmora::test {
 
@@ -28,6 +30,28 @@ inline std::vector<GroupTexts> groupTexts(const Report& report) {
             group.details.push_back(std::move(texts));
         }
         groups.push_back(std::move(group));
+    }
+    return groups;
+}
+
+// The same read through a table with every group open, its rows prepared in batches of about
+// `batchBytes` of lines, as an export reads them.
+inline std::vector<GroupTexts> tableTexts(std::shared_ptr<const Report> report,
+                                          std::size_t batchBytes) {
+    ReportTable table(std::move(report));
+    table.openAll();
+    std::vector<GroupTexts> groups;
+    for (std::size_t row = 0; row < table.size(); ++row) {
+        if (!table.prepared(row)) {
+            table.prepare(row, batchBytes);
+        }
+        if (table.groupAt(row)) {
+            groups.push_back({std::string(table.cellText(row, 0)), {}});
+        } else {
+            groups.back().details.push_back({std::string(table.cellText(row, 1)),
+                                             std::string(table.cellText(row, 2)),
+                                             std::string(table.cellText(row, 3))});
+        }
     }
     return groups;
 }
